@@ -48,6 +48,7 @@ static void Link(MsgCatalog* c) {
 }
 
 void CatalogSet(MsgCatalog* catalog, uint32_t id, const char* text, uint32_t length) {
+    if (!text) return;
     if (!catalog) {
         if (!GlobalCatalog) {
             GlobalCatalog = new (std::nothrow) MsgCatalog;
@@ -67,14 +68,15 @@ void CatalogSet(MsgCatalog* catalog, uint32_t id, const char* text, uint32_t len
     if (!copy) return;
     std::memcpy(copy, text, n);
     copy[n] = 0;
-    if (LocalDebug)
-        for (size_t i = 0; i < n; i++) copy[i] = '*';
     char*& slot = l3[id & 255];
     if (slot) {
-        std::string warning = "Warning: multiple line " + std::to_string(int(id)) + "\n\"" + slot + "\"";
+        // The new text, as written, names the line to look for; it is the one that stands.
+        std::string warning = "Warning: multiple line " + std::to_string(int(id)) + "\n\"" + copy + "\"";
         Warn(warning.c_str());
         std::free(slot);
     }
+    if (LocalDebug)
+        for (size_t i = 0; i < n; i++) copy[i] = '*';
     slot = copy;
 }
 
@@ -83,7 +85,9 @@ static void ParseLine(MsgCatalog* c, std::string line, FILE* f, char* buf, size_
     size_t i = 0;
     while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) i++;
     if (i >= line.size() || line[i] != '$') return;
-    uint32_t id = uint32_t(std::atoi(line.c_str() + i + 1));
+    // Blanks after the "$" are passed over, as the number reader does; a number too large
+    // for an id wraps instead of being undefined.
+    uint32_t id = uint32_t(std::strtol(line.c_str() + i + 1, nullptr, 10));
     size_t q = line.find('"', i);
     if (q == std::string::npos) return;
     std::string text;
@@ -154,7 +158,7 @@ MsgCatalog* CatalogLoad(const char* name) {
         return nullptr;
     }
     Link(c);
-    static char buf[8000];
+    char buf[8000];
     while (std::fgets(buf, sizeof buf, f)) ParseLine(c, buf, f, buf, sizeof buf);
     std::fclose(f);
     return c;

@@ -4,10 +4,15 @@
 
 #include "host/main_loop.h"
 
+#include <cctype>
+#include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <strings.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace nemu {
@@ -15,7 +20,11 @@ namespace nemu {
 ConfigFile* CurrentConfig = nullptr;
 ConfigFile* MachineConfig = nullptr;
 
-static bool SameName(const std::string& a, const char* b) { return strcasecmp(a.c_str(), b) == 0; }
+static std::string Lower(const std::string& name) {
+    std::string out = name;
+    for (char& c : out) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
 
 static std::string Bracketed(const char* section) {
     if (section[0] == '[') return section;
@@ -24,65 +33,101 @@ static std::string Bracketed(const char* section) {
 
 static ConfigSection* FindSection(ConfigFile* file, const char* section) {
     if (!file) return nullptr;
-    std::string name = Bracketed(section);
-    for (auto& s : file->Sections)
-        if (SameName(s.Name, name.c_str())) return &s;
-    return nullptr;
+    auto it = file->Index.find(Lower(Bracketed(section)));
+    return it == file->Index.end() ? nullptr : &file->Sections[it->second];
 }
 
 static ConfigKey* FindKey(ConfigSection* s, const char* key) {
-    for (auto& k : s->Keys)
-        if (SameName(k.Name, key)) return &k;
-    return nullptr;
+    auto it = s->Index.find(Lower(key));
+    return it == s->Index.end() ? nullptr : &s->Keys[it->second];
 }
 
-static void SetIn(ConfigFile* file, const std::string& section, const std::string& key, const std::string& value) {
-    ConfigSection* s = FindSection(file, section.c_str());
-    if (!s) {
-        file->Sections.push_back(ConfigSection{Bracketed(section.c_str()), {}});
-        s = &file->Sections.back();
-    }
-    if (ConfigKey* k = FindKey(s, key.c_str())) k->Value = value;
-    else s->Keys.push_back(ConfigKey{key, value});
+static ConfigSection* AddSection(ConfigFile* file, const char* section) {
+    if (ConfigSection* s = FindSection(file, section)) return s;
+    std::string name = Bracketed(section);
+    file->Index.emplace(Lower(name), file->Sections.size());
+    file->Sections.push_back(ConfigSection{name, {}, {}});
+    return &file->Sections.back();
 }
+
+static void SetIn(ConfigFile* file, const char* section, const char* key, const char* value) {
+    ConfigSection* s = AddSection(file, section);
+    if (ConfigKey* k = FindKey(s, key)) {
+        k->Value = value;
+        return;
+    }
+    s->Index.emplace(Lower(key), s->Keys.size());
+    s->Keys.push_back(ConfigKey{key, value});
+}
+
+// Settings lines are at most 4095 characters; a longer one goes on as the next line.
+constexpr size_t LineSize = 4096;
+// Lines without a section after which the file is taken for something else.
+constexpr int MaxLinesBeforeSection = 20;
+
+namespace {
+
+struct ConfigParser {
+    ConfigFile* File;
+    std::string Section; // the current one with its brackets; empty before the first
+    int LinesWithoutSection = 0;
+
+    // Takes one line as read, newline included; false ends the parse.
+    bool Line(char* line) {
+        if (Section.empty() && ++LinesWithoutSection > MaxLinesBeforeSection) return false;
+        while (*line && std::isspace(static_cast<unsigned char>(*line))) line++;
+        size_t n = std::strlen(line);
+        while (n > 0 && (line[n - 1] == '\n' || line[n - 1] == '\r')) line[--n] = 0;
+        if (n == 0) return true;
+        if (line[0] == '[') {
+            char* close = std::strchr(line, ']');
+            if (!close) return false; // the file holds what was read so far
+            close[1] = 0;
+            Section = line;
+            AddSection(File, line);
+            return true;
+        }
+        if (Section.empty()) return false; // a key before any section ends the file
+        // "key = value" keeps the blank in the key's name: only the value is trimmed.
+        char* eq = std::strchr(line, '=');
+        const char* value = "";
+        if (eq) {
+            *eq = 0;
+            value = eq + 1;
+            while (*value == ' ' || *value == '\t') value++;
+        }
+        SetIn(File, Section.c_str(), line, value);
+        return true;
+    }
+};
+
+} // namespace
 
 void ParseConfigText(ConfigFile* file, const std::string& text) {
-    // Lines are read as a 4096-byte line reader would: a longer line goes on as the next one.
-    const size_t maxLine = 4095;
+    ConfigParser parser{file, {}, 0};
+    char line[LineSize];
     size_t pos = 0;
-    int linesWithoutSection = 0;
-    std::string section;
-    while (pos < text.size()) {
-        size_t end = text.find('\n', pos);
-        size_t stop = end == std::string::npos ? text.size() : end + 1;
-        if (stop - pos > maxLine) stop = pos + maxLine;
-        std::string line = text.substr(pos, stop - pos);
-        pos = stop;
-        if (section.empty() && ++linesWithoutSection > 20) return; // not a settings file
-        size_t i = 0;
-        while (i < line.size() && (line[i] == ' ' || line[i] == '\t' || line[i] == '\r')) i++;
-        line.erase(0, i);
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-        if (line.empty()) continue;
-        if (line[0] == '[') {
-            size_t close = line.find(']');
-            if (close == std::string::npos) return;
-            section = line.substr(0, close + 1);
-            if (!FindSection(file, section.c_str())) file->Sections.push_back(ConfigSection{section, {}});
-            continue;
+    while (pos < text.size() && pos < MaxConfigBytes) {
+        size_t n = 0;
+        while (n < LineSize - 1 && pos < text.size()) {
+            line[n] = text[pos++];
+            if (line[n++] == '\n') break;
         }
-        if (section.empty()) return; // a key before any section ends the file
-        size_t eq = line.find('=');
-        std::string key, value;
-        if (eq == std::string::npos) {
-            key = line;
-        } else {
-            key = line.substr(0, eq);
-            size_t v = eq + 1;
-            while (v < line.size() && (line[v] == ' ' || line[v] == '\t')) v++;
-            value = line.substr(v);
+        line[n] = 0;
+        if (!parser.Line(line)) return;
+    }
+}
+
+void ParseConfigStream(ConfigFile* file, FILE* stream) {
+    ConfigParser parser{file, {}, 0};
+    char line[LineSize];
+    while (std::fgets(line, sizeof line, stream)) {
+        if (!parser.Line(line)) return;
+        if (std::ftell(stream) > long(MaxConfigBytes)) {
+            std::printf("WARNING : %s is larger than %zu bytes; the rest is not read\n", file->Path.c_str(),
+                        MaxConfigBytes);
+            return;
         }
-        SetIn(file, section, key, value);
     }
 }
 
@@ -99,13 +144,22 @@ std::string ConfigText(const ConfigFile* file) {
 }
 
 int WriteFileAtomic(const char* path, const std::string& text) {
-    std::string tmp = std::string(path) + ".tmp" + std::to_string(getpid());
-    FILE* f = std::fopen(tmp.c_str(), "wb");
-    if (!f) return 0;
-    bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
-    ok = (std::fflush(f) == 0) && ok;
-    ok = (fsync(fileno(f)) == 0) && ok;
-    ok = (std::fclose(f) == 0) && ok;
+    std::string tmp = std::string(path) + ".XXXXXX";
+    int fd = mkstemp(tmp.data());
+    if (fd < 0) return 0;
+    // The new file takes the old one's permissions; a new settings file is the user's own.
+    struct stat st;
+    fchmod(fd, stat(path, &st) == 0 ? st.st_mode & 07777 : 0600);
+    bool ok = true;
+    size_t done = 0;
+    while (ok && done < text.size()) {
+        ssize_t n = write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        ok = n > 0;
+        if (ok) done += size_t(n);
+    }
+    ok = (fsync(fd) == 0) && ok;
+    ok = (close(fd) == 0) && ok;
     if (!ok || std::rename(tmp.c_str(), path) != 0) {
         std::remove(tmp.c_str());
         return 0;
@@ -113,21 +167,29 @@ int WriteFileAtomic(const char* path, const std::string& text) {
     return 1;
 }
 
+// The whole of a settings file, if it is of a size that a settings file can have.
 static bool ReadWholeFile(const char* path, std::string& text) {
     FILE* f = std::fopen(path, "rb");
     if (!f) return false;
     char buf[65536];
     size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
+    bool ok = true;
+    while (ok && (n = std::fread(buf, 1, sizeof buf, f)) > 0) {
+        text.append(buf, n);
+        ok = text.size() <= MaxConfigBytes;
+    }
     std::fclose(f);
-    return true;
+    return ok;
 }
 
 static ConfigFile* ReadConfigFile(const char* path) {
-    ConfigFile* file = new ConfigFile;
+    ConfigFile* file = new (std::nothrow) ConfigFile;
+    if (!file) return nullptr;
     file->Path = path;
-    std::string text;
-    if (ReadWholeFile(path, text)) ParseConfigText(file, text);
+    if (FILE* f = std::fopen(path, "r")) {
+        ParseConfigStream(file, f);
+        std::fclose(f);
+    }
     return file;
 }
 
@@ -172,7 +234,8 @@ int ConfigGet(const char* section, const char* key, char* buffer, const char* de
 
 int ConfigSet(const char* section, const char* key, const char* value) {
     if (!section || !key || !value) return 0;
-    if (!CurrentConfig) CurrentConfig = new ConfigFile;
+    if (!CurrentConfig) CurrentConfig = new (std::nothrow) ConfigFile;
+    if (!CurrentConfig) return 0;
     SetIn(CurrentConfig, section, key, value);
     return 1;
 }
@@ -180,6 +243,7 @@ int ConfigSet(const char* section, const char* key, const char* value) {
 int LoadConfig(const char* path) {
     if (!path) return 0;
     ConfigFile* file = ReadConfigFile(path);
+    if (!file) return 0;
     delete CurrentConfig;
     CurrentConfig = file;
     return 1;
@@ -187,12 +251,18 @@ int LoadConfig(const char* path) {
 
 std::string ProfilePath(const char* name) { return HomeDir + "/configs/" + name + ".ini"; }
 
+// A profile is a plain name: nothing that leads out of the configs folder.
+static bool GoodProfileName(const char* name) {
+    return *name && !std::strchr(name, '/') && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
+}
+
 int LoadProfile(const char* name) {
     if (!name) {
         delete CurrentConfig;
         CurrentConfig = nullptr;
         return 1;
     }
+    if (!GoodProfileName(name)) return 0;
     std::string path = ProfilePath(name);
     if (CurrentConfig && CurrentConfig->Path == path) return 1;
     return LoadConfig(path.c_str());
@@ -205,18 +275,27 @@ int SaveConfig() {
 }
 
 int CopyProfile(const char* name) {
-    if (!name || !CurrentConfig) return 0;
+    if (!name || !CurrentConfig || !GoodProfileName(name)) return 0;
     std::string path = ProfilePath(name);
     if (strcasecmp(path.c_str(), CurrentConfig->Path.c_str()) == 0) return 0;
+    // The first profile of a new user makes the folders.
+    mkdir(HomeDir.c_str(), 0700);
+    mkdir((HomeDir + "/configs").c_str(), 0700);
     std::string text;
     if (!ReadWholeFile(CurrentConfig->Path.c_str(), text)) text = ConfigText(CurrentConfig);
     return WriteFileAtomic(path.c_str(), text);
 }
 
+// A whole number of a settings text; out of range values are limited, not undefined.
+static int ParseInt(const char* text, char** end = nullptr) {
+    long v = std::strtol(text, end, 10);
+    return v < INT_MIN ? INT_MIN : v > INT_MAX ? INT_MAX : int(v);
+}
+
 int ConfigGetInt(const char* section, const char* key, int defaultValue) {
     char buf[64];
     if (!ConfigGet(section, key, buf, "", sizeof buf)) return defaultValue;
-    return std::atoi(buf);
+    return ParseInt(buf);
 }
 
 double ConfigGetReal(const char* section, const char* key, double defaultValue) {
@@ -234,9 +313,11 @@ bool ConfigGetOn(const char* section, const char* key, bool defaultValue) {
 void ConfigGetColour(const char* section, const char* key, int rgb[3], const char* defaultValue) {
     char buf[64];
     ConfigGet(section, key, buf, defaultValue, sizeof buf);
-    int v[3] = {0, 0, 0};
-    std::sscanf(buf, "%d %d %d", &v[0], &v[1], &v[2]);
-    for (int i = 0; i < 3; i++) rgb[i] = v[i] < 0 ? 0 : v[i] > 255 ? 255 : v[i];
+    char* p = buf;
+    for (int i = 0; i < 3; i++) {
+        int v = ParseInt(p, &p);
+        rgb[i] = v < 0 ? 0 : v > 255 ? 255 : v;
+    }
 }
 
 int ConfigSetInt(const char* section, const char* key, int value) {
@@ -252,7 +333,7 @@ int StartupGet(const char* key, char* buffer, const char* defaultValue, size_t s
 int StartupGetInt(const char* key, int defaultValue) {
     char buf[64];
     if (!StartupGet(key, buf, "", sizeof buf)) return defaultValue;
-    return std::atoi(buf);
+    return ParseInt(buf);
 }
 
 } // namespace nemu

@@ -3,7 +3,9 @@
 // Names compare without regard to case; a section's stored name keeps its brackets.
 #pragma once
 #include <cstddef>
+#include <cstdio>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace nemu {
@@ -13,14 +15,18 @@ struct ConfigKey {
     std::string Value;
 };
 
+// Keys and sections keep the order of the file; the indexes, by lower-cased name, keep
+// a file of many thousand keys from turning every lookup into a walk.
 struct ConfigSection {
     std::string Name; // with its brackets, "[Main]"
     std::vector<ConfigKey> Keys;
+    std::unordered_map<std::string, size_t> Index;
 };
 
 struct ConfigFile {
     std::string Path;
     std::vector<ConfigSection> Sections;
+    std::unordered_map<std::string, size_t> Index;
     int Changed = 0; // ConfigSetIn calls since open
 };
 
@@ -41,10 +47,14 @@ int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* 
 int ConfigSetIn(ConfigFile* handle, const char* section, const char* key, const char* value);
 int CloseConfig(ConfigFile* handle);
 
-// Parsing and writing of the text form, shared by every settings file.
+// Parsing and writing of the text form, shared by every settings file. A settings file
+// is read up to MaxConfigBytes; nothing that size is a real one.
+constexpr size_t MaxConfigBytes = 16u << 20;
 void ParseConfigText(ConfigFile* file, const std::string& text);
+void ParseConfigStream(ConfigFile* file, FILE* stream);
 std::string ConfigText(const ConfigFile* file);
-// Writes text to path through a temporary file renamed into place; 1 on success.
+// Writes text to path through a temporary file renamed into place, so that a failed
+// write leaves the old file whole; 1 on success.
 int WriteFileAtomic(const char* path, const std::string& text);
 
 // Convenience readers over ConfigGet for the conventions every panel follows.

@@ -1,0 +1,12 @@
+// The row arrays of the command families. A new family adds its array here and to the
+// list in command_registry.cpp; the dispatcher needs no change.
+#pragma once
+#include "script/command_host.h"
+
+namespace nemu {
+
+extern const ScriptCommand ProgramCommands[];
+extern const ScriptCommand DrawingCommands[];
+extern const ScriptCommand ColourCommands[];
+
+} // namespace nemu

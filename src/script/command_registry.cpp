@@ -1,0 +1,13 @@
+// Every command family of the script language, in one list.
+#include "script/command_families.h"
+
+namespace nemu {
+
+const ScriptCommand* const CommandFamilies[] = {
+    ProgramCommands,
+    DrawingCommands,
+    ColourCommands,
+    nullptr,
+};
+
+} // namespace nemu

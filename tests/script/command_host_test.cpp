@@ -1,0 +1,179 @@
+#include "script/command_host.h"
+
+#include "host/main_loop.h"
+#include "ui/settings.h"
+
+#include "support/run_script.h"
+#include <cctype>
+#include <cstring>
+
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
+using namespace nemu;
+
+namespace {
+
+std::string UserValue(const char* section, const char* key) {
+    char buf[2048];
+    ConfigGet(section, key, buf, "<none>", sizeof buf);
+    return buf;
+}
+
+struct CommandHostTest : ::testing::Test {
+    void SetUp() override {
+        PageWidth = 640;
+        PageHeight = 480;
+    }
+    void TearDown() override {
+        delete CurrentConfig;
+        CurrentConfig = nullptr;
+    }
+};
+
+} // namespace
+
+TEST_F(CommandHostTest, NamesAreCaseBlindAndArgumentsKeepTheirCase) {
+    EXPECT_EQ(RunScript("OM_GETWIDTH"), "640");
+    EXPECT_EQ(RunScript("Om_GetHeight"), "480");
+    EXPECT_EQ(RunScript("OM_WriteUserString Sec Key MixedCase Words"), "");
+    EXPECT_EQ(UserValue("Sec", "Key"), "MixedCase Words");
+}
+
+TEST_F(CommandHostTest, EachGroupGivesExactlyOneResultInOrder) {
+    uint32_t known = 9;
+    EXPECT_EQ(RunScript("[om_nop] [om_getwidth]", &known), "[][640]");
+    EXPECT_EQ(known, 1u);
+    EXPECT_EQ(RunScript("[om_getwidth][om_getheight]"), "[640][480]");
+    EXPECT_EQ(RunScript("  \t[om_getheight]   [om_getwidth]  "), "[480][640]");
+    // An unknown name is not an error: an empty result, and Known tells the client.
+    EXPECT_EQ(RunScript("[om_nosuchthing] [om_getheight]", &known), "[][480]");
+    EXPECT_EQ(known, 1u);
+    EXPECT_EQ(RunScript("[om_getheight] [om_nosuchthing 1 2]", &known), "[480][]");
+    EXPECT_EQ(known, 0u);
+    EXPECT_EQ(RunScript("om_nosuchthing", &known), "");
+    EXPECT_EQ(known, 0u);
+    EXPECT_EQ(RunScript("[]"), "[]");
+    EXPECT_EQ(RunScript(""), "");
+}
+
+TEST_F(CommandHostTest, PlainTextIsOneCommandAndGroupsStopAtAnythingElse) {
+    // Without a leading bracket the whole text is one command; the rest is arguments.
+    EXPECT_EQ(RunScript("om_getwidth [om_getheight]"), "640");
+    EXPECT_EQ(RunScript("[om_getwidth] stray [om_getheight]"), "[640]");
+    EXPECT_EQ(RunScript("[om_getwidth] ] [om_getheight]"), "[640]");
+    // A group left open runs to the end of the text.
+    EXPECT_EQ(RunScript("[om_getwidth"), "[640]");
+    EXPECT_EQ(RunScript("[om_getwidth] [om_getheight"), "[640][480]");
+}
+
+TEST_F(CommandHostTest, WhiteSpaceBecomesBlanksAndNestedBracketsStayInTheText) {
+    EXPECT_EQ(RunScript("om_getwidth\r\n"), "640");
+    EXPECT_EQ(RunScript("[\tom_getwidth\n]"), "[640]");
+    RunScript("om_writeuserstring\tS\tK\tone\ntwo");
+    EXPECT_EQ(UserValue("S", "K"), "one two");
+    EXPECT_EQ(RunScript("[om_writeuserstring S K [a [b]] c] [om_readuserstring S K]"), "[][[a [b]] c]");
+    EXPECT_EQ(RunScript("[om_writeuserstring S K x]]"), "[]");
+    EXPECT_EQ(UserValue("S", "K"), "x");
+}
+
+TEST_F(CommandHostTest, MissingArgumentsGiveErrorMinusOneInTheModesForm) {
+    EXPECT_EQ(RunScript("om_readuserstring"), "ERROR -1");
+    EXPECT_EQ(RunScript("[om_readuserstring Main] [om_getwidth]"), "[ERROR -1][640]");
+    // Missing numbers read 0 and extra ones are ignored: no complaint either way.
+    EXPECT_EQ(RunScript("[om_getpixel] [om_getpixel 1 2 3 4 5]"), "[0 0 0 0][0 0 0 0]");
+}
+
+TEST_F(CommandHostTest, ReplyRulesOfAppendAndError) {
+    auto* r = new CommandRequest;
+    BracketMode = 1;
+    ReplyError(r, 0);
+    ReplyError(r, -7);
+    ReplyAppend(r, "");
+    ReplyAppend(r, nullptr);
+    EXPECT_STREQ(r->Reply, "[][ERROR -7][][]");
+    EXPECT_EQ(r->Known, 4u);
+    EXPECT_EQ(ReplyState, 2);
+    r->Reply[0] = 0;
+    BracketMode = 0;
+    ReplyError(r, 0);
+    ReplyError(r, 12);
+    ReplyAppend(r, " x");
+    EXPECT_STREQ(r->Reply, "ERROR 12 x");
+    // A result that does not fit is cut; the reply stays terminated.
+    std::string big(6000, 'z');
+    ReplyAppend(r, big.c_str());
+    ReplyAppend(r, "more");
+    EXPECT_EQ(std::strlen(r->Reply), ReplySize - 1);
+    delete r;
+}
+
+TEST_F(CommandHostTest, EveryGroupRunsEvenAfterTheReplyIsFull) {
+    std::string text;
+    for (int i = 0; i < 3000; i++) text += "[om_getwidth]";
+    text += "[om_writeuserstring S Last ran]";
+    std::string reply = RunScript(text);
+    EXPECT_EQ(reply.size(), ReplySize - 1);
+    EXPECT_EQ(reply.substr(0, 10), "[640][640]");
+    EXPECT_EQ(UserValue("S", "Last"), "ran");
+}
+
+TEST_F(CommandHostTest, HostileTextsNeitherCrashNorRecurse) {
+    // Two million opening brackets: one unclosed group whose name is no command.
+    EXPECT_EQ(RunScript(std::string(2000000, '[')), "[]");
+    EXPECT_EQ(RunScript(std::string(100000, '[') + "om_getwidth" + std::string(100000, ']')), "[]");
+    std::string closing(2000000, ']');
+    EXPECT_EQ(RunScript(closing), "");
+    // A long run of empty groups and a long plain command line.
+    std::string empties;
+    for (int i = 0; i < 200000; i++) empties += "[] ";
+    EXPECT_EQ(RunScript(empties).size(), ReplySize - 1);
+    std::string longValue(5000000, 'v');
+    EXPECT_EQ(RunScript("om_writeuserstring S Long " + longValue), "");
+    EXPECT_EQ(UserValue("S", "Long").size(), 1023u);
+    std::string binary;
+    for (int i = 0; i < 100000; i++) binary += char(1 + i % 255);
+    RunScript(binary);
+    RunScript("[" + binary);
+}
+
+TEST_F(CommandHostTest, ARunLeavesTheOuterRunsStateAsItFoundIt) {
+    // What a handler that runs a nested text relies on.
+    BracketMode = 1;
+    ReplyState = 2;
+    EXPECT_EQ(RunScript("om_getwidth"), "640");
+    EXPECT_EQ(RunScript("[om_nop]"), "[]");
+    EXPECT_EQ(BracketMode, 1);
+    EXPECT_EQ(ReplyState, 2);
+}
+
+TEST_F(CommandHostTest, RemoteDoorCopiesTheReplyAndReportsKnown) {
+    char result[8];
+    EXPECT_EQ(RunRemoteText("[om_getwidth] [om_getheight]", result, sizeof result), 1);
+    EXPECT_STREQ(result, "[640][4");
+    char big[ReplySize];
+    EXPECT_EQ(RunRemoteText("om_bogus", big, sizeof big), 0);
+    EXPECT_STREQ(big, "");
+    EXPECT_EQ(RunRemoteText("om_getheight", big, sizeof big), 1);
+    EXPECT_STREQ(big, "480");
+    EXPECT_EQ(RunRemoteText(nullptr, big, sizeof big), 0);
+}
+
+TEST(CommandTable, NamesAreLowerCaseUniqueAndFoundExactly) {
+    std::set<std::string> seen;
+    for (const ScriptCommand* const* family = CommandFamilies; *family; family++)
+        for (const ScriptCommand* row = *family; row->Name; row++) {
+            std::string name = row->Name;
+            EXPECT_EQ(name.rfind("om_", 0), 0u) << name;
+            for (char c : name) EXPECT_FALSE(std::isupper(static_cast<unsigned char>(c))) << name;
+            EXPECT_TRUE(seen.insert(name).second) << name << " appears twice";
+            EXPECT_EQ(FindScriptCommand(row->Name), row) << name;
+            EXPECT_NE(row->Handler, nullptr) << name;
+        }
+    EXPECT_GE(seen.size(), 20u);
+    EXPECT_EQ(FindScriptCommand("OM_GETWIDTH"), nullptr);
+    EXPECT_EQ(FindScriptCommand("om_getwidt"), nullptr);
+    EXPECT_EQ(FindScriptCommand(""), nullptr);
+    EXPECT_EQ(FindScriptCommand("om_lockscreen")->Handler, FindScriptCommand("om_lockdisplay")->Handler);
+}
