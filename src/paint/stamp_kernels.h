@@ -4,6 +4,7 @@
 // A kernel takes a coverage mask of w by h bytes (rows `stride` apart) whose top left lies
 // at page pixel (x, y); it clips against the page and skips coverage 0.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 #include "store/bitmap.h"
