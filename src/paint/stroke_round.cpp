@@ -64,11 +64,15 @@ int ArcSegments(double r, double angle) {
     return std::clamp(int(std::ceil(angle / step)), 2, 1024);
 }
 
+// The chords cut a sliver off the arc; the inner points are pushed out just enough that
+// the polygon keeps the arc's area, while the ends stay on the tangents.
 void ArcPoints(std::vector<Point>& pts, Point c, double r, double from, double to) {
     int n = ArcSegments(r, to - from);
+    double step = (to - from) / n;
+    double out = step > 1e-9 ? r * std::sqrt(step / std::sin(step)) : r;
     for (int i = 0; i <= n; ++i) {
-        double a = from + (to - from) * i / n;
-        pts.push_back({c.X + r * std::cos(a), c.Y + r * std::sin(a)});
+        double a = from + (to - from) * i / n, ri = (i == 0 || i == n) ? r : out;
+        pts.push_back({c.X + ri * std::cos(a), c.Y + ri * std::sin(a)});
     }
 }
 
