@@ -30,8 +30,9 @@ class PaintPage : public ::testing::Test {
         ResetPaintState();
         if (Page) FreeBitmap(Page);
         if (BackPage) FreeBitmap(BackPage);
+        if (SparePage) FreeBitmap(SparePage);
         std::free(WetBuffer);
-        Page = PageBase = BackPage = nullptr;
+        Page = PageBase = BackPage = SparePage = nullptr;
         Page = PageBase = NewBitmap(w, h);
         ASSERT_NE(Page, nullptr);
         ClearBitmap(Page, fill);
