@@ -73,6 +73,8 @@ void DrawModeAlpha();
 int32_t DrawModeByName(const char* name);
 // Catalog message of a mode's name, 0 for an unused number.
 uint32_t DrawModeMessage(int32_t mode);
+// The modes in the order the draw-mode popup lists them (its entries are messages 3100 on).
+extern const int32_t DrawModePopupOrder[17];
 
 // The colour hook of every colour stamp (ranges colour filled shapes, not strokes).
 uint32_t RangeColour(int32_t opacity, uint32_t colour);

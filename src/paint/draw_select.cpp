@@ -38,6 +38,11 @@ const ModeName ModeNames[] = {
     {"light", 9},   {"grain", 11}, {"tint", 12},  {"hue", 12},     {"impress", 13},
     {"behind", 14}, {"erase", 15}, {"alpha", 15}, {"replace", 16}, {"panto", 17},
 };
+} // namespace
+
+const int32_t DrawModePopupOrder[17] = {0, 1, 16, 14, 15, 17, 2, 13, 8, 9, 3, 12, 11, 4, 5, 6, 7};
+
+namespace {
 const uint32_t ModeMessages[18] = {3200, 3201, 3206, 3210, 3213, 3214, 3215, 3216, 3208,
                                    3209, 0,    3212, 3211, 3207, 3203, 3204, 3202, 3205};
 } // namespace

@@ -214,6 +214,19 @@ void DecreaseToolsSize2() {
     ApplyPen();
 }
 
+void StepProfilePreset(int32_t pen, int32_t dir) {
+    if (pen < PenPencil || pen > PenWater) return;
+    int32_t& preset = MediaPens[pen].Preset;
+    preset = ((preset + dir) % 12 + 12) % 12;
+}
+
+int ApplyProfilePreset(int32_t pen) {
+    if (pen < PenPencil || pen > PenWater) return -1;
+    PenSettings& s = MediaPens[pen];
+    std::memcpy(s.Profile, ProfilePresets[std::clamp(s.Preset, 0, 11)], sizeof s.Profile);
+    return pen == Pen ? ApplyPen() : 0;
+}
+
 // ---- Wet buffer ------------------------------------------------------------------------------------------
 
 void ExtendWetRect(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {

@@ -108,6 +108,11 @@ void IncreaseToolsSize2();
 void DecreaseToolsSize();
 void DecreaseToolsSize2();
 
+// The profile presets: StepProfilePreset moves the pen's Preset by dir with wrap over the
+// twelve rows; ApplyProfilePreset copies that row into the pen's profile and applies it.
+void StepProfilePreset(int32_t pen, int32_t dir);
+int ApplyProfilePreset(int32_t pen);
+
 // ---- Stamps ----------------------------------------------------------------------------------------
 int MakePenStamp();
 void BuildDab(int32_t power, Stamp* stamp, const uint8_t* profile);
@@ -138,6 +143,9 @@ void ClearWet();
 // a segment between stamp top-left positions (page pixels), every Step pixels.
 void WalkStroke(Stamp* stamp, int32_t x0, int32_t y0, int32_t x1, int32_t y1, Bitmap* page, uint32_t colour,
                 int32_t useBPen, int32_t first, int32_t op0, int32_t op1);
+// One dab and its refresh, batched with the refreshes before it.
+void StampAndShow(Stamp* stamp, Bitmap* page, int32_t x, int32_t y, uint32_t colour, int32_t useBPen,
+                  int32_t op);
 // Joins refresh rectangles while the function stays the same; FlushRefresh runs it.
 void QueueRefresh(RefreshFn fn, int32_t x, int32_t y, int32_t w, int32_t h);
 void FlushRefresh();

@@ -55,6 +55,13 @@ void QueueRefresh(RefreshFn fn, int32_t x, int32_t y, int32_t w, int32_t h) {
     QueueRefreshOn(Page, fn, x, y, w, h);
 }
 
+void StampAndShow(Stamp* stamp, Bitmap* page, int32_t x, int32_t y, uint32_t colour, int32_t useBPen,
+                  int32_t op) {
+    if (!stamp || !page) return;
+    SelectStamp(stamp, useBPen)(stamp, page, x, y, colour, useBPen, std::clamp(op, 0, 255));
+    QueueRefreshOn(page, SelectRefresh(stamp, useBPen), x, y, stamp->Width, stamp->Height);
+}
+
 // ---- Step counter ----------------------------------------------------------------------------------
 
 namespace {

@@ -167,3 +167,36 @@ TEST_F(Pens, AStampThatCannotBeMadeLeavesOnePixel) {
 
 } // namespace
 } // namespace nemu
+
+namespace nemu {
+namespace {
+
+class PenPresets : public test::PaintPage {
+  protected:
+    void SetUp() override { MakePage(4, 4, 0); }
+};
+
+TEST_F(PenPresets, PresetsWrapAndApplyTheirRow) {
+    ASSERT_EQ(SetPen(PenChalk), 0);
+    MediaPens[PenChalk].Preset = 11;
+    StepProfilePreset(PenChalk, 1);
+    EXPECT_EQ(MediaPens[PenChalk].Preset, 0);
+    StepProfilePreset(PenChalk, -1);
+    StepProfilePreset(PenChalk, -1);
+    EXPECT_EQ(MediaPens[PenChalk].Preset, 10);
+    ASSERT_EQ(ApplyProfilePreset(PenChalk), 0);
+    EXPECT_EQ(MediaPens[PenChalk].Profile[0], 0x7D);
+    EXPECT_EQ(Profile[3], 0xF5); // the current pen took it at once
+    EXPECT_EQ(DrawModePopupOrder[2], 16);
+}
+
+TEST_F(PenPresets, StampAndShowPaintsAndQueuesItsRectangle) {
+    ASSERT_EQ(SetPen(PenRound), 0);
+    StampAndShow(CurrentStamp, Page, 0, 0, 0xFFFFFFFF, 0, 255);
+    EXPECT_EQ(At(3, 3), 0xFFFFFFFFu); // radius 3: the disc's centre
+    EXPECT_EQ(At(0, 0), 0u);
+    FlushRefresh();
+}
+
+} // namespace
+} // namespace nemu
