@@ -43,6 +43,14 @@ inline uint32_t MixPixel(uint32_t p, uint32_t s, int k) {
     return Pack(r[3], r[2], r[1], r[0]);
 }
 
+// k 0 leaves p, 255 copies s, anything between mixes.
+inline void MixInto(uint32_t& p, uint32_t s, int k) {
+    if (k == 255)
+        p = s;
+    else if (k)
+        p = MixPixel(p, s, k);
+}
+
 inline uint32_t ScalePixel(uint32_t p, int f) {
     return Pack(Mul(ChA(p), f), Mul(ChR(p), f), Mul(ChG(p), f), Mul(ChB(p), f));
 }
@@ -102,12 +110,7 @@ void SpareSoftMask(const uint8_t* mask, int32_t stride, int32_t w, int32_t h, Bi
     ForMask(mask, stride, w, h, page, x, y, [&](uint32_t& p, int m, int i, int j) {
         int32_t px = x + i, py = y + j;
         if (px >= sw || py >= spare->Height) return;
-        uint32_t s = spare->Pixels[size_t(py) * sw + px];
-        int k = Strength(m, op);
-        if (k == 255)
-            p = s;
-        else if (k)
-            p = MixPixel(p, s, k);
+        MixInto(p, spare->Pixels[size_t(py) * sw + px], Strength(m, op));
     });
 }
 
@@ -129,12 +132,7 @@ void SoftPantoMask(const uint8_t* mask, int32_t stride, int32_t w, int32_t h, Bi
     ForMask(mask, stride, w, h, page, x, y, [&](uint32_t& p, int m, int i, int j) {
         int64_t sx = int64_t(x) + i + ox, sy = int64_t(y) + j + oy;
         if (sx < 0 || sy < 0 || sx >= page->Width || sy >= page->Height) return;
-        uint32_t s = page->Pixels[size_t(sy) * page->Width + size_t(sx)];
-        int k = Strength(m, op);
-        if (k == 255)
-            p = s;
-        else if (k)
-            p = MixPixel(p, s, k);
+        MixInto(p, page->Pixels[size_t(sy) * page->Width + size_t(sx)], Strength(m, op));
     });
 }
 
@@ -237,12 +235,7 @@ void SpareThroughAlphaStamp(Stamp* s, Bitmap* page, int32_t x, int32_t y, int32_
     ForBrush(s, page, x, y, [&](uint32_t& p, int, uint32_t b, int i, int j) {
         int32_t px = x + i, py = y + j;
         if (px >= spare->Width || py >= spare->Height) return;
-        uint32_t sp = spare->Pixels[size_t(py) * spare->Width + px];
-        int k = Strength(ChA(b), op);
-        if (k == 255)
-            p = sp;
-        else if (k)
-            p = MixPixel(p, sp, k);
+        MixInto(p, spare->Pixels[size_t(py) * spare->Width + px], Strength(ChA(b), op));
     });
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/main_loop.h"
+#include "paint/curve_split.h"
 #include "paint/pens.h"
 #include "paint/stamp_kernels.h"
 #include "paint/tools.h"
@@ -340,25 +341,13 @@ struct RoundPiece {
     int32_t Op[3];
 };
 
-bool PieceFlat(const int64_t* p) {
-    int64_t dx = p[4] - p[0], dy = p[5] - p[1];
-    __int128 cross = __int128((p[2] - p[0]) >> 4) * (dy >> 4) - __int128((p[3] - p[1]) >> 4) * (dx >> 4);
-    if (cross < 0) cross = -cross;
-    return 2 * cross <= std::max(std::llabs(dx), std::llabs(dy));
-}
-
 template <class F> void FlattenRound(const RoundPiece& c, int depth, F& piece) {
-    if (depth >= 16 || PieceFlat(c.P)) return piece(c);
+    if (depth >= MaxCurveSplitDepth || CurveFlatEnough(c.P)) return piece(c);
     RoundPiece a, b;
-    for (int k = 0; k < 2; ++k) {
-        int64_t q1 = (c.P[k] + c.P[2 + k]) >> 1, r1 = (c.P[2 + k] + c.P[4 + k]) >> 1, m = (q1 + r1) >> 1;
-        a.P[k] = c.P[k], a.P[2 + k] = q1, a.P[4 + k] = m;
-        b.P[k] = m, b.P[2 + k] = r1, b.P[4 + k] = c.P[4 + k];
-    }
+    SplitThree(c.P, a.P, b.P, 2);
+    SplitThree(c.Op, a.Op, b.Op);
     double q = (c.R[0] + c.R[1]) / 2, r = (c.R[1] + c.R[2]) / 2, m = (q + r) / 2;
     a.R[0] = c.R[0], a.R[1] = q, a.R[2] = m, b.R[0] = m, b.R[1] = r, b.R[2] = c.R[2];
-    int32_t oq = (c.Op[0] + c.Op[1]) >> 1, orr = (c.Op[1] + c.Op[2]) >> 1, om = (oq + orr) >> 1;
-    a.Op[0] = c.Op[0], a.Op[1] = oq, a.Op[2] = om, b.Op[0] = om, b.Op[1] = orr, b.Op[2] = c.Op[2];
     FlattenRound(a, depth + 1, piece);
     FlattenRound(b, depth + 1, piece);
 }

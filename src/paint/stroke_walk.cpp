@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "host/main_loop.h"
+#include "paint/curve_split.h"
 #include "paint/pens.h"
 #include "paint/tools.h"
 #include "store/bitmap.h"
@@ -172,41 +173,19 @@ int PaintLine(Stamp* stamp, int32_t fx0, int32_t fy0, int32_t fx1, int32_t fy1, 
 // ---- PaintCurve -------------------------------------------------------------------------------------------
 
 namespace {
-// A curve this many halvings deep is flat at any scale the page can show; the bound keeps
-// absurd coordinates from splitting without end.
-constexpr int MaxSplitDepth = 16;
-
 struct CurvePiece {
     int64_t P[6];
     int32_t Op[3];
 };
 
-bool FlatEnough(const int64_t* p) {
-    int64_t dx = p[4] - p[0], dy = p[5] - p[1];
-    __int128 cross = __int128((p[2] - p[0]) >> 4) * (dy >> 4) - __int128((p[3] - p[1]) >> 4) * (dx >> 4);
-    if (cross < 0) cross = -cross;
-    return 2 * cross <= std::max(std::llabs(dx), std::llabs(dy));
-}
-
-// de Casteljau at the middle, truncating as the integer form does.
-void Split(const CurvePiece& c, CurvePiece& a, CurvePiece& b) {
-    for (int k = 0; k < 2; ++k) {
-        int64_t q1 = (c.P[k] + c.P[2 + k]) >> 1, r1 = (c.P[2 + k] + c.P[4 + k]) >> 1, m = (q1 + r1) >> 1;
-        a.P[k] = c.P[k], a.P[2 + k] = q1, a.P[4 + k] = m;
-        b.P[k] = m, b.P[2 + k] = r1, b.P[4 + k] = c.P[4 + k];
-    }
-    int32_t q1 = (c.Op[0] + c.Op[1]) >> 1, r1 = (c.Op[1] + c.Op[2]) >> 1, m = (q1 + r1) >> 1;
-    a.Op[0] = c.Op[0], a.Op[1] = q1, a.Op[2] = m;
-    b.Op[0] = m, b.Op[1] = r1, b.Op[2] = c.Op[2];
-}
-
 template <class F> void Flatten(const CurvePiece& c, int depth, F& piece) {
-    if (depth >= MaxSplitDepth || FlatEnough(c.P)) {
+    if (depth >= MaxCurveSplitDepth || CurveFlatEnough(c.P)) {
         piece(c);
         return;
     }
     CurvePiece a, b;
-    Split(c, a, b);
+    SplitThree(c.P, a.P, b.P, 2);
+    SplitThree(c.Op, a.Op, b.Op);
     Flatten(a, depth + 1, piece);
     Flatten(b, depth + 1, piece);
 }
