@@ -4,6 +4,7 @@
 
 #include "store/bitmap.h"
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -68,14 +69,41 @@ static uint8_t* PackSpan(const uint32_t* p, size_t count, uint8_t* out) {
     return out;
 }
 
+// The same code for a span of at most 64 pixels, the row of a tile, without a branch per
+// pixel: bit k of a mask tells whether pixel k equals pixel k + 1, so a repeat is a run of
+// ones and a literal ends at the next one. No unit can reach 124 pixels here.
+static uint8_t* PackShortSpan(const uint32_t* p, size_t count, uint8_t* out) {
+    uint64_t equal = 0;
+    for (size_t k = 0; k + 1 < count; k++) equal |= uint64_t(p[k] == p[k + 1]) << k;
+    size_t i = 0;
+    while (i < count) {
+        uint64_t ahead = equal >> i;
+        if (ahead & 1) {
+            size_t same = size_t(std::countr_one(ahead)) + 1;
+            *out++ = uint8_t(int8_t(1 - int(same)));
+            std::memcpy(out, p + i, 4);
+            out += 4;
+            i += same;
+        } else {
+            size_t n = ahead ? size_t(std::countr_zero(ahead)) : count - i;
+            *out++ = uint8_t(n - 1);
+            std::memcpy(out, p + i, n * 4);
+            out += n * 4;
+            i += n;
+        }
+    }
+    return out;
+}
+
 size_t PackRun(const uint32_t* pixels, size_t count, uint8_t* out) {
     return size_t(PackSpan(pixels, count, out) - out);
 }
 
 size_t PackRect(const Bitmap* bitmap, int x, int y, int w, int h, uint8_t* out) {
     uint8_t* p = out;
+    auto pack = w <= 64 ? PackShortSpan : PackSpan;
     for (int row = 0; row < h; row++)
-        p = PackSpan(bitmap->Pixels + size_t(y + row) * bitmap->Width + x, size_t(w), p);
+        p = pack(bitmap->Pixels + size_t(y + row) * bitmap->Width + x, size_t(w), p);
     return size_t(p - out);
 }
 

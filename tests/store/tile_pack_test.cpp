@@ -78,6 +78,22 @@ TEST(TilePack, RectanglesRoundTripAndTheWorstTileFits) {
     FreeBitmap(worst);
 }
 
+TEST(TilePack, TileRowsPackAsTheGeneralEncoderDoes) {
+    std::mt19937 rng(11);
+    for (int trial = 0; trial < 2000; trial++) {
+        SCOPED_TRACE("case " + std::to_string(trial));
+        int w = 1 + int(rng() % 64);
+        Bitmap* b = NewBitmap(w, 1);
+        uint32_t colours = 1 + rng() % 4;
+        for (int x = 0; x < w; x++) b->Pixels[x] = rng() % colours;
+        std::vector<uint8_t> fast(PackBound(size_t(w))), general(PackBound(size_t(w)));
+        fast.resize(PackRect(b, 0, 0, w, 1, fast.data()));
+        general.resize(PackRun(b->Pixels, size_t(w), general.data()));
+        ASSERT_EQ(fast, general);
+        FreeBitmap(b);
+    }
+}
+
 TEST(TilePack, DamagedCodeStopsInsideItsBounds) {
     uint32_t row[4] = {9, 9, 9, 9};
     std::vector<uint8_t> skip = Join({{0x80}, Unit(-3, {A})});
