@@ -55,6 +55,27 @@ TEST_F(CacheFileTest, SizesTakeWholeBlocksAndReadsGivePrefixes) {
     RemoveCacheFile(empty);
 }
 
+TEST_F(CacheFileTest, SettingsChooseTheLimitAndTheBuffering) {
+    MachineConfig = new ConfigFile;
+    ConfigSetIn(MachineConfig, "Startup", "CacheSize", "0");
+    ConfigSetIn(MachineConfig, "Startup", "nobuffering", "no");
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    TempDir = std::string(cache) + "/nemu/";
+    ASSERT_EQ(OpenCache(), 1);
+    EXPECT_EQ(CacheLimit, 0);
+    EXPECT_EQ(CacheBlockFile->Direct, 0);
+    EXPECT_EQ(std::string(CacheFileName).rfind(TempDir + "NEMU", 0), 0u) << CacheFileName;
+    CloseCache();
+    // The profile's section Main has the last word.
+    ConfigSet("Main", "CacheSize", "2088000");
+    ASSERT_EQ(OpenCache(), 1);
+    EXPECT_EQ(CacheLimit, 2088000);
+    EXPECT_EQ(SlotAllowance, 2000);
+    CloseCache();
+    delete MachineConfig; // a handle made here, with no file behind it
+    MachineConfig = nullptr;
+}
+
 TEST_F(CacheFileTest, MemoryAccountCountsPoolsAndTableExactly) {
     uint32_t before = MemoryInUse;
     OpenCacheWithLimit(0);
