@@ -287,7 +287,14 @@ static int WriteWalk() {
         return 1;
     }
     WriteCursor = slot->Prev;
-    if (WriteSlot(slot)) slot->Clean = 1;
+    if (!WriteSlot(slot)) {
+        // The user declined to retry: rest until a client call starts the walk again,
+        // rather than ask again for every dirty slot of this walk.
+        WriteState = 3;
+        WriteCursor = nullptr;
+        return 0;
+    }
+    slot->Clean = 1;
     return 1;
 }
 

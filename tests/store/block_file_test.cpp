@@ -194,6 +194,33 @@ TEST_F(CacheFaultTest, AFullDiskDuringTrimKeepsThePageAndItsData) {
     for (CacheFile* f : files) RemoveCacheFile(f);
 }
 
+TEST_F(CacheFaultTest, TheIdleWriterAsksOnceAtAFullDiskThenRests) {
+    OpenCacheWithLimit(2 * OneSlotPage);
+    std::string d = Pattern(400 * 1024, 5);
+    CacheFile* f = NewCacheFileData(d.data(), int32_t(d.size()), 0);
+    ASSERT_NE(f, nullptr);
+    std::string err;
+    {
+        // Not 0: the captured standard error goes through a file too.
+        FileSizeLimit limit(64 * 1024);
+        testing::internal::CaptureStderr();
+        int steps = 0;
+        while (CacheWriteStep() && steps < 1000) steps++;
+        err = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(steps, 255) << "the run buffer takes 255 blocks before the first transfer";
+    }
+    EXPECT_NE(err.find("File too large"), std::string::npos) << err;
+    EXPECT_EQ(err.find("File too large"), err.rfind("File too large")) << "asked once: " << err;
+    // Room again: a client call restarts the walk, which then gets everything out.
+    std::string back(d.size(), '\0');
+    ASSERT_EQ(GetCacheFileData(f, back.data(), int32_t(back.size())), 1);
+    EXPECT_EQ(back, d);
+    while (CacheWriteStep()) {
+    }
+    for (CacheSlot* s = UsedSlots.Head; s; s = s->Next) ASSERT_EQ(s->Clean, 1u);
+    RemoveCacheFile(f);
+}
+
 TEST_F(CacheFaultTest, AFailedReadIsReportedAndTheDataStays) {
     OpenCacheWithLimit(0);
     std::string d = Pattern(8 * 1024, 77);
@@ -214,6 +241,7 @@ TEST_F(CacheFaultTest, AFailedReadIsReportedAndTheDataStays) {
     EXPECT_EQ(GetCacheFileData(f, back.data(), int32_t(back.size())), 0);
     std::string err = testing::internal::GetCapturedStderr();
     EXPECT_NE(err.find("panic: GetCacheFileData fail"), std::string::npos) << err;
+    EXPECT_NE(err.find("Bad file descriptor"), std::string::npos) << "the retry question names the error";
     testing::internal::CaptureStderr();
     EXPECT_EQ(GetCacheFileData(scratch, back.data(), int32_t(back.size())), 0);
     err = testing::internal::GetCapturedStderr();
