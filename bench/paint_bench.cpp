@@ -106,4 +106,3 @@ BENCHMARK(BM_NemuAirbrush)->Arg(12)->Arg(25)->Arg(50)->Unit(benchmark::kMillisec
 BENCHMARK(BM_NemuAirbrushPlain)->Arg(12)->Arg(25)->Arg(50)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LibMyPaint)->Arg(12)->Arg(25)->Arg(50)->Unit(benchmark::kMillisecond);
 
-BENCHMARK_MAIN();
