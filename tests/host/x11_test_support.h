@@ -78,9 +78,9 @@ class X11Bare : public ::testing::Test {
             while (PlatformPeek(&m)) {
                 Seen s{m, m.Text ? std::string(m.Text, m.TextLength) : std::string()};
                 s.Msg.Text = nullptr;
+                Log.push_back(s); // first, so that want may count what came
                 bool hit = want(m);
                 PlatformFreeMsg(&m);
-                Log.push_back(s);
                 if (hit) return true;
             }
             X11Ops()->Wait(20);
