@@ -29,7 +29,8 @@ struct BlitState {
     bool ShmUsable = false;
     int CompletionType = -1;
     XShmSegmentInfo Segment = {};
-    XImage* Image = nullptr; // the shared image, null when there is none
+    XImage* Image = nullptr;               // the shared image, null when there is none
+    int FailedWidth = 0, FailedHeight = 0; // the size no shared image could be made for
     PixelLayout ImageLayout;
     // Puts the server has not finished reading, and the area they cover.
     int Outstanding = 0;
@@ -140,35 +141,38 @@ static void FreeSharedImage() {
     B.Segment = {};
 }
 
-// The shared image for the present window size; false when shared memory cannot be had,
-// which then stays off for the run.
+// The shared image for the present window size. False when there is none: a server
+// that cannot attach our memory (a remote display) never gets asked again; memory we
+// cannot have for one size is asked for again at the next size.
 static bool SharedImageReady() {
     if (!B.ShmUsable) return false;
     if (B.Image && B.Image->width == X11.Width && B.Image->height == X11.Height) return true;
+    if (!B.Image && B.FailedWidth == X11.Width && B.FailedHeight == X11.Height) return false;
     FreeSharedImage();
+    B.FailedWidth = X11.Width, B.FailedHeight = X11.Height;
     XImage* image = XShmCreateImage(X11.Dpy, X11.Vis, unsigned(X11.Depth), ZPixmap, nullptr, &B.Segment,
                                     unsigned(X11.Width), unsigned(X11.Height));
-    PixelLayout layout = image ? LayoutOf(image) : PixelLayout{};
-    size_t bytes = image ? size_t(image->bytes_per_line) * size_t(image->height) : 0;
-    int id = bytes && LayoutSupported(layout) ? shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600) : -1;
-    void* address = id >= 0 ? shmat(id, nullptr, 0) : reinterpret_cast<void*>(-1);
-    int error = -1;
-    if (address != reinterpret_cast<void*>(-1)) {
-        B.Segment.shmid = id;
-        B.Segment.shmaddr = image->data = static_cast<char*>(address);
-        B.Segment.readOnly = False;
-        X11Trap();
-        XShmAttach(X11.Dpy, &B.Segment);
-        error = X11Untrap();
-    }
-    // Marked for removal now, the segment goes away with the last user even after a crash.
+    if (!image) return false;
+    PixelLayout layout = LayoutOf(image);
+    size_t bytes = size_t(image->bytes_per_line) * size_t(image->height);
+    int id = LayoutSupported(layout) ? shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600) : -1;
+    void* address = id >= 0 ? shmat(id, nullptr, 0) : nullptr;
+    // Marked for removal at once, the segment goes with its last user, even after a crash.
     if (id >= 0) shmctl(id, IPC_RMID, nullptr);
-    if (error) {
-        if (address != reinterpret_cast<void*>(-1)) shmdt(address);
-        if (image) {
-            image->data = nullptr;
-            XDestroyImage(image);
-        }
+    if (address == reinterpret_cast<void*>(-1) || !address) {
+        XDestroyImage(image);
+        B.Segment = {};
+        return false;
+    }
+    B.Segment.shmid = id;
+    B.Segment.shmaddr = image->data = static_cast<char*>(address);
+    B.Segment.readOnly = False;
+    X11Trap();
+    XShmAttach(X11.Dpy, &B.Segment);
+    if (X11Untrap()) {
+        shmdt(address);
+        image->data = nullptr;
+        XDestroyImage(image);
         B.Segment = {};
         B.ShmUsable = false;
         std::printf("WARNING : no shared memory with the X server, drawing through plain requests\n");
@@ -176,6 +180,7 @@ static bool SharedImageReady() {
     }
     B.Image = image;
     B.ImageLayout = layout;
+    B.FailedWidth = B.FailedHeight = 0;
     return true;
 }
 

@@ -124,6 +124,8 @@ void X11Beep();
 uint32_t X11DoubleClickTime();
 // Whether a window manager that knows the EWMH hints runs now.
 bool X11HasWindowManager();
+// Re-reads the window manager's state of the window after it changed.
+void X11WindowStateChanged();
 // Re-reads where the client area lies on the screen.
 void X11UpdateOrigin();
 

@@ -143,6 +143,16 @@ void X11SetFullScreen(bool on) {
     XFlush(X11.Dpy);
 }
 
+void X11WindowStateChanged() {
+    if (X11.ManualFullScreen) return;
+    // The window manager may change the state itself (a key of its own, a menu).
+    std::vector<Atom> state;
+    X11ReadAtoms(X11.Win, X11.Atoms[A_NET_WM_STATE], 64, &state);
+    bool full = false;
+    for (Atom a : state) full |= a == X11.Atoms[A_NET_WM_STATE_FULLSCREEN];
+    X11.FullScreen = full;
+}
+
 void X11UpdateOrigin() {
     Window child;
     int x = 0, y = 0;

@@ -145,13 +145,6 @@ void ServeNonsense(Display* d) {
             XNextEvent(d, &e);
             if (e.type != SelectionRequest) continue;
             XSelectionRequestEvent& r = e.xselectionrequest;
-            XSelectionEvent reply = {};
-            reply.type = SelectionNotify;
-            reply.requestor = r.requestor;
-            reply.selection = r.selection;
-            reply.target = r.target;
-            reply.time = r.time;
-            reply.property = r.property;
             if (r.target == png) {
                 const char junk[] = "\x89PNG\r\n\x1a\n but then nothing sensible";
                 XChangeProperty(d, r.requestor, r.property, png, 8, PropModeReplace,
@@ -165,8 +158,7 @@ void ServeNonsense(Display* d) {
                 XChangeProperty(d, r.requestor, r.property, incr, 32, PropModeReplace,
                                 reinterpret_cast<unsigned char*>(&size), 1);
             }
-            XSendEvent(d, r.requestor, False, NoEventMask, reinterpret_cast<XEvent*>(&reply));
-            XFlush(d);
+            AnswerRequest(d, r, r.property);
         }
         pollfd p = {ConnectionNumber(d), POLLIN, 0};
         poll(&p, 1, 50);

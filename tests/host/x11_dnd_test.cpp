@@ -41,21 +41,12 @@ class DragSource {
             XNextEvent(D, &e);
             if (e.type == SelectionRequest) {
                 XSelectionRequestEvent& r = e.xselectionrequest;
-                XSelectionEvent reply = {};
-                reply.type = SelectionNotify;
-                reply.requestor = r.requestor;
-                reply.selection = r.selection;
-                reply.target = r.target;
-                reply.time = r.time;
-                reply.property = None;
-                if (r.target == UriList) {
+                bool ours = r.target == UriList;
+                if (ours)
                     XChangeProperty(D, r.requestor, r.property, UriList, 8, PropModeReplace,
                                     reinterpret_cast<const unsigned char*>(Uris.data()), int(Uris.size()));
-                    reply.property = r.property;
-                }
                 Requests++;
-                XSendEvent(D, r.requestor, False, NoEventMask, reinterpret_cast<XEvent*>(&reply));
-                XFlush(D);
+                AnswerRequest(D, r, ours ? r.property : None);
             } else if (e.type == ClientMessage) {
                 char* name = XGetAtomName(D, e.xclient.message_type);
                 std::string type = name ? name : "";

@@ -202,6 +202,42 @@ TEST_F(X11Test, FullScreenWithoutWindowManagerCoversTheScreenAndComesBack) {
         [](const NativeMsg& m) { return m.Message == WM_SIZE && m.LParam == MakePositionWord(320, 240); }));
 }
 
+// A stand-in window manager: it proves itself by a check window and hears the requests
+// that clients send to the root.
+TEST_F(X11Test, FullScreenAsksTheWindowManager) {
+    Window root = DefaultRootWindow(Other);
+    Window check = XCreateSimpleWindow(Other, root, 0, 0, 1, 1, 0, 0, 0);
+    Atom checkAtom = XInternAtom(Other, "_NET_SUPPORTING_WM_CHECK", False);
+    long id = long(check);
+    XChangeProperty(Other, root, checkAtom, XA_WINDOW, 32, PropModeReplace,
+                    reinterpret_cast<unsigned char*>(&id), 1);
+    XChangeProperty(Other, check, checkAtom, XA_WINDOW, 32, PropModeReplace,
+                    reinterpret_cast<unsigned char*>(&id), 1);
+    XSelectInput(Other, root, SubstructureRedirectMask);
+    XSync(Other, False);
+    ASSERT_TRUE(X11HasWindowManager());
+    PlatformSetFullScreen(true);
+    Atom state = XInternAtom(Other, "_NET_WM_STATE", False);
+    Atom full = XInternAtom(Other, "_NET_WM_STATE_FULLSCREEN", False);
+    bool heard = false;
+    double deadline = PlatformSeconds() + 10;
+    while (!heard && PlatformSeconds() < deadline) {
+        while (!heard && XPending(Other)) {
+            XEvent e;
+            XNextEvent(Other, &e);
+            heard = e.type == ClientMessage && e.xclient.window == X11.Win &&
+                    e.xclient.message_type == state && e.xclient.data.l[0] == 1 &&
+                    Atom(e.xclient.data.l[1]) == full;
+        }
+        if (!heard) usleep(10000);
+    }
+    EXPECT_TRUE(heard);
+    XDeleteProperty(Other, root, checkAtom);
+    XDestroyWindow(Other, check);
+    XSync(Other, False);
+    EXPECT_FALSE(X11HasWindowManager());
+}
+
 TEST_F(X11Test, WindowOperationsChangeWhatOtherClientsSee) {
     PlatformSetTitle("Nemu - picture.png");
     for (int shape : {0, 1, 2, 6, 7, -1, 99}) PlatformSetPointerShape(shape);

@@ -120,6 +120,20 @@ class X11Test : public X11Bare {
     }
 };
 
+// What an owner of a selection sends back to a request: the property that holds the
+// answer, or None for a refusal.
+inline void AnswerRequest(Display* d, const XSelectionRequestEvent& r, Atom property) {
+    XSelectionEvent reply = {};
+    reply.type = SelectionNotify;
+    reply.requestor = r.requestor;
+    reply.selection = r.selection;
+    reply.target = r.target;
+    reply.time = r.time;
+    reply.property = property;
+    XSendEvent(d, r.requestor, False, NoEventMask, reinterpret_cast<XEvent*>(&reply));
+    XFlush(d);
+}
+
 // Runs xdotool with the given arguments and waits (bounded) for it to end; true when it
 // ran and succeeded.
 inline bool RunXdotool(const std::vector<std::string>& args) {
