@@ -1,10 +1,10 @@
 // Internal to the X11 back end: its shared state and the pieces its files call in one
 // another. Only src/host/x11_*.cpp and the back end's own tests include this header.
 //
-// Sections: state record; window and events (x11_platform.cpp, x11_window.cpp); keys
-// (x11_keys.cpp); pointer and tablet (x11_pointer.cpp, x11_tablet.cpp); blit
-// (x11_blit.cpp); selections, clipboard and drops (x11_selection.cpp, x11_clipboard.cpp,
-// x11_dnd.cpp).
+// Sections: state record; window and events (x11_platform.cpp, x11_events.cpp,
+// x11_window.cpp); keys (x11_keymap.cpp, x11_keys.cpp); pointer and tablet
+// (x11_pointer.cpp, x11_tablet.cpp); blit (x11_blit.cpp); selections, clipboard and
+// drops (x11_selection.cpp, x11_clipboard.cpp, x11_dnd.cpp).
 #pragma once
 #include "host/platform.h"
 
@@ -101,6 +101,7 @@ constexpr size_t X11QueueLimit = 4096;
 
 // Queues a translated message; it takes over msg.Text.
 void X11Queue(NativeMsg msg);
+void X11QueueMessage(uint32_t message, uintptr_t wParam, intptr_t lParam);
 // Handles one event of the connection: translation into messages, and the protocol
 // traffic (selections, drops, pings) that never becomes one.
 void X11HandleEvent(XEvent* event);
@@ -129,7 +130,7 @@ void X11WindowStateChanged();
 // Re-reads where the client area lies on the screen.
 void X11UpdateOrigin();
 
-// ---- Keys (x11_keys.cpp) --------------------------------------------------------------
+// ---- Keys (x11_keymap.cpp, x11_keys.cpp) --------------------------------------------------------------
 // The Win32 virtual-key number of a keysym, 0 for keys that have none.
 uint32_t KeysymToVirtualKey(uint32_t keysym);
 // Unicode of a keysym when no input method is there to say it; 0 for none.
