@@ -202,6 +202,19 @@ TEST_F(X11Test, FullScreenWithoutWindowManagerCoversTheScreenAndComesBack) {
         [](const NativeMsg& m) { return m.Message == WM_SIZE && m.LParam == MakePositionWord(320, 240); }));
 }
 
+TEST_F(X11Test, HiddenWindowIsMinimizedAndShownAgainRestored) {
+    XUnmapWindow(Other, X11.Win);
+    XFlush(Other);
+    ASSERT_TRUE(PumpUntilMessage(WM_SIZE));
+    EXPECT_EQ(Log.back().Msg.WParam, 1u);
+    EXPECT_EQ(Log.back().Msg.LParam, 0);
+    XMapWindow(Other, X11.Win);
+    XFlush(Other);
+    ASSERT_TRUE(PumpUntilMessage(WM_SIZE));
+    EXPECT_EQ(Log.back().Msg.WParam, 0u);
+    EXPECT_EQ(Log.back().Msg.LParam, MakePositionWord(320, 240));
+}
+
 // A stand-in window manager: it proves itself by a check window and hears the requests
 // that clients send to the root.
 TEST_F(X11Test, FullScreenAsksTheWindowManager) {
