@@ -38,8 +38,13 @@ static void SendSize() {
     X11QueueMessage(WM_SIZE, 0, MakePositionWord(X11.Width, X11.Height));
 }
 
+static bool SaneSize(int w, int h) {
+    return w >= 1 && h >= 1 && w <= 32767 && h <= 32767;
+}
+
 static void OnConfigure(const XConfigureEvent& e) {
     if (e.window == X11.Root) {
+        if (!SaneSize(e.width, e.height)) return;
         if (e.width == X11.ScreenWidth && e.height == X11.ScreenHeight) return;
         X11.ScreenWidth = e.width;
         X11.ScreenHeight = e.height;
@@ -47,9 +52,12 @@ static void OnConfigure(const XConfigureEvent& e) {
         return;
     }
     if (e.window != X11.Win) return;
-    X11.Width = e.width;
-    X11.Height = e.height;
-    if (X11.Mapped) SendSize();
+    // Any client may send a made-up one; only the server's own says the size.
+    if (!e.send_event && SaneSize(e.width, e.height)) {
+        X11.Width = e.width;
+        X11.Height = e.height;
+        if (X11.Mapped) SendSize();
+    }
     int oldX = X11.OriginX, oldY = X11.OriginY;
     X11UpdateOrigin();
     if (oldX != X11.OriginX || oldY != X11.OriginY)

@@ -188,6 +188,22 @@ TEST_F(X11Test, MovesAndScreenChangesAreReported) {
     PlatformScreenSize(&sw, &sh);
     EXPECT_EQ(sw, 1600);
     EXPECT_EQ(sh, 1200);
+
+    // Made-up sizes for our own window, or nonsense for the screen, change nothing.
+    e.xconfigure.width = -7;
+    XSendEvent(Other, root, False, StructureNotifyMask, &e);
+    e.xconfigure.event = e.xconfigure.window = X11.Win;
+    e.xconfigure.width = 100000;
+    e.xconfigure.height = 3;
+    XSendEvent(Other, X11.Win, False, StructureNotifyMask, &e);
+    XSync(Other, False);
+    PumpUntil([](const NativeMsg&) { return false; }, 0.3);
+    PlatformScreenSize(&sw, &sh);
+    EXPECT_EQ(sw, 1600);
+    int w = 0, h = 0;
+    PlatformClientSize(&w, &h);
+    EXPECT_EQ(w, 320);
+    EXPECT_EQ(h, 240);
 }
 
 TEST_F(X11Test, FullScreenWithoutWindowManagerCoversTheScreenAndComesBack) {
