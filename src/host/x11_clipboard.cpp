@@ -190,17 +190,21 @@ bool X11AnswerClipboard(Window requestor, Atom target, Atom property) {
     return false; // MULTIPLE and the rest: refused
 }
 
+// What no other client could be given is refused at once, and the clipboard stays as it was.
 int X11ClipboardSetText(const char* text) {
     if (!X11.Dpy) return 0;
     const char* t = text ? text : "";
-    if (!C.Text.Assign(t, std::strlen(t))) return 0;
+    size_t n = std::strlen(t);
+    if (n > X11PropertyLimit() || !C.Text.Assign(t, n)) return 0;
     C.Png.Clear();
     return Own();
 }
 
 int X11ClipboardSetImage(const Bitmap* bitmap) {
     if (!X11.Dpy) return 0;
-    if (!EncodeClipboardPng(bitmap, &C.Png)) return 0;
+    ByteBuffer png;
+    if (!EncodeClipboardPng(bitmap, &png) || png.Size > X11PropertyLimit()) return 0;
+    C.Png.Swap(png);
     C.Text.Clear();
     return Own();
 }

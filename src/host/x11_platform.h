@@ -226,6 +226,7 @@ struct ByteBuffer {
     ByteBuffer& operator=(const ByteBuffer&) = delete;
     ~ByteBuffer() { Clear(); }
     bool Assign(const void* data, size_t size);
+    void Swap(ByteBuffer& other);
     void Clear();
 };
 

@@ -7,6 +7,7 @@
 #include <X11/Xatom.h>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace nemu {
 
@@ -18,6 +19,11 @@ bool ByteBuffer::Assign(const void* data, size_t size) {
     Data = block;
     Size = size;
     return true;
+}
+
+void ByteBuffer::Swap(ByteBuffer& other) {
+    std::swap(Data, other.Data);
+    std::swap(Size, other.Size);
 }
 
 void ByteBuffer::Clear() {

@@ -131,7 +131,7 @@ TEST_F(X11Test, OwnClipboardIsReadDirectlyAndLostToAnotherOwner) {
     XSync(Other, False);
     double start = PlatformSeconds();
     EXPECT_EQ(PlatformClipboardGetText(), nullptr);
-    EXPECT_LT(PlatformSeconds() - start, 3.0);
+    EXPECT_LT(PlatformSeconds() - start, 5.0); // one wait of about a second, not forever
     EXPECT_TRUE(PumpUntilMessage(WM_CLOSE, 5));
 }
 
@@ -180,10 +180,14 @@ TEST_F(X11Bare, NonsenseFromAnOwnerIsRefused) {
         [&] { ServeNonsense(d); });
     ASSERT_GT(owner, 0);
     ASSERT_NO_FATAL_FAILURE(OpenWindow());
-    double start = PlatformSeconds();
+    // Each answer is read and refused (0), not waited out (-1).
+    ByteBuffer data;
+    Atom type = None;
+    Atom clipboard = X11.Atoms[A_CLIPBOARD];
+    EXPECT_EQ(X11ConvertSelection(clipboard, X11.Atoms[A_UTF8_STRING], SelectionLimit, &data, &type), 0);
+    EXPECT_EQ(X11ConvertSelection(clipboard, XA_STRING, SelectionLimit, &data, &type), 0);
     EXPECT_EQ(PlatformClipboardGetText(), nullptr);
-    EXPECT_EQ(PlatformClipboardGetImage(), nullptr);
-    EXPECT_LT(PlatformSeconds() - start, 2.0); // refusals, not time-outs
+    EXPECT_EQ(PlatformClipboardGetImage(), nullptr); // it came, but is no picture
     StopOwner(owner);
 }
 
