@@ -141,7 +141,7 @@ Bitmap* ClipboardGetImage() {
 const PlatformOps Table = {
     "headless", Open, Close, Peek, Wait, Post, Qualifiers, TabletPresent, TabletPackets, Blit, Flush,
     ScreenSize, ClientSize, ClientOrigin, SetPointerShape, WarpPointer, SetTitle, Iconify, SetFullScreen,
-    Raise, Lower, Beep, ClipboardSetText, ClipboardGetText, ClipboardSetImage, ClipboardGetImage,
+    Raise, Lower, Beep, ClipboardSetText, ClipboardGetText, ClipboardSetImage, ClipboardGetImage, nullptr,
 };
 
 } // namespace

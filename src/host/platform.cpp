@@ -288,7 +288,7 @@ void PlatformLower() {
 void PlatformBeep() {
     if (Ops) Ops->Beep();
 }
-uint32_t PlatformDoubleClickTime() { return 500; }
+uint32_t PlatformDoubleClickTime() { return Ops && Ops->DoubleClickTime ? Ops->DoubleClickTime() : 500; }
 
 int PlatformClipboardSetText(const char* text) { return Ops ? Ops->ClipboardSetText(text) : 0; }
 char* PlatformClipboardGetText() { return Ops ? Ops->ClipboardGetText() : nullptr; }

@@ -16,13 +16,13 @@ struct Bitmap;
 enum NativeMessage : uint32_t {
     WM_CREATE = 1,
     WM_DESTROY = 2,
-    WM_MOVE = 3,
-    WM_SIZE = 5, // LParam: low half client width, high half client height
+    WM_MOVE = 3, // LParam: position word of the client area's corner on the screen
+    WM_SIZE = 5, // LParam: low half client width, high half client height; WParam 1: minimized, size 0
     WM_PAINT = 15, // WParam/LParam: invalid rectangle, see PaintRect
     WM_CLOSE = 16,
     WM_QUERYENDSESSION = 17,
     WM_GETMINMAXINFO = 36,
-    WM_DISPLAYCHANGE = 126,
+    WM_DISPLAYCHANGE = 126, // LParam: the screen's new width and height as a position word
     WM_KEYDOWN = 256, // WParam: virtual-key number
     WM_KEYUP = 257,
     WM_CHAR = 258, // WParam: the character, a Unicode code point

@@ -33,6 +33,7 @@ struct PlatformOps {
     char* (*ClipboardGetText)();
     int (*ClipboardSetImage)(const Bitmap* bitmap);
     Bitmap* (*ClipboardGetImage)();
+    uint32_t (*DoubleClickTime)(); // milliseconds; null: the common default
 };
 
 const PlatformOps* HeadlessOps();
