@@ -100,8 +100,8 @@ constexpr int IdleRefreshRowCount = 26;
 extern IdleRefreshRow IdleRefreshTable[IdleRefreshRowCount];
 extern int32_t IdleCallDepth; // above 0 while an idle row runs
 
-// The remote command of an IM_REMOTE record: run it and answer with ReplyRemote. Until the
-// command host is wired in, no command is known and every request hears so.
+// The remote command of an IM_REMOTE record: run it and answer with ReplyRemote. It goes
+// through the command host; tests of the transport put their own answer here.
 extern void (*RunRemoteCommand)(RemoteRequest* request);
 
 // ---- The spine ------------------------------------------------------------------------------------

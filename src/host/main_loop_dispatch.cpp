@@ -7,6 +7,7 @@
 #include "host/main_loop.h"
 #include "host/screen.h"
 #include "paint/colour.h"
+#include "script/command_host.h"
 #include "store/bitmap.h"
 #include "ui/window.h"
 
@@ -19,12 +20,13 @@ namespace nemu {
 
 // ---- Remote commands and delivered pictures ------------------------------------------------
 
-static void AnswerUnknown(RemoteRequest* request) {
-    request->HasResult = 0;
+static void RunThroughCommandHost(RemoteRequest* request) {
+    request->HasResult =
+        RunRemoteText(request->Text, request->ResultText, sizeof request->ResultText) ? 1 : 0;
     ReplyRemote(request);
 }
 
-void (*RunRemoteCommand)(RemoteRequest* request) = AnswerUnknown;
+void (*RunRemoteCommand)(RemoteRequest* request) = RunThroughCommandHost;
 
 static void TakePicture(Bitmap* picture) {
     if (!picture) return;

@@ -106,6 +106,18 @@ int RemotePeerAllowed(int fd, uint32_t owner) {
     return cred.uid == owner ? 1 : 0;
 }
 
+bool ReplyReportsError(const char* reply) {
+    if (!reply) return false;
+    if (std::strcmp(reply, "BREAK") == 0) return true;
+    for (const char* p = reply; (p = std::strstr(p, "ERROR ")); p++) {
+        if (p != reply && p[-1] != '[') continue;
+        const char* n = p + 6;
+        if (*n == '-') n++;
+        if (*n >= '0' && *n <= '9') return true;
+    }
+    return false;
+}
+
 // ---- Clients and output ---------------------------------------------------------------------------
 
 struct Client {

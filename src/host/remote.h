@@ -48,5 +48,8 @@ std::string RemoteSocketName(int instance);
 int RemotePeerAllowed(int fd, uint32_t owner);
 // Clients connected now.
 int RemoteClientCount();
+// Whether a reply reports a failure: "BREAK", or an "ERROR n" standing alone or as a
+// bracketed group of its own.
+bool ReplyReportsError(const char* reply);
 
 } // namespace nemu
