@@ -122,31 +122,9 @@ static int ReleaseButton(bool left) {
 }
 
 int UpdatePointerState(const InputMsg* msg, int forTools) {
-    int result = 0;
-    if (msg->Type == IM_BUTTON) {
-        switch (msg->Code) {
-        case BUTTON_LEFT_UP:
-            result = ReleaseButton(true);
-            break;
-        case BUTTON_LEFT_DOWN:
-            result = PressButton(true, forTools);
-            break;
-        case BUTTON_RIGHT_UP:
-            result = ReleaseButton(false);
-            break;
-        case BUTTON_RIGHT_DOWN:
-            result = PressButton(false, forTools);
-            break;
-        case BUTTON_MIDDLE_UP:
-            result = -3;
-            break; // toggles the panels once they exist
-        default:
-            break;
-        }
-    }
+    // The position comes first, so that a press remembers where it happened even when no
+    // pointer move came before it.
     if (msg->Type == IM_POINTER || msg->Type == IM_BUTTON) {
-        PressureHigh = msg->PressureHigh;
-        PressureLow = msg->PressureLow;
         WindowPointerFX = msg->X;
         WindowPointerFY = msg->Y;
     }
@@ -155,6 +133,27 @@ int UpdatePointerState(const InputMsg* msg, int forTools) {
     ScreenToPage(WindowPointerFX, WindowPointerFY, &PointerFX, &PointerFY);
     PointerX = int16_t(PointerFX >> 16);
     PointerY = int16_t(PointerFY >> 16);
+    int result = 0;
+    if (msg->Type == IM_BUTTON) {
+        static const struct {
+            int32_t Code;
+            int (*Handle)(bool left, int forTools);
+            bool Left;
+        } Buttons[] = {
+            {BUTTON_LEFT_UP, [](bool l, int) { return ReleaseButton(l); }, true},
+            {BUTTON_LEFT_DOWN, PressButton, true},
+            {BUTTON_RIGHT_UP, [](bool l, int) { return ReleaseButton(l); }, false},
+            {BUTTON_RIGHT_DOWN, PressButton, false},
+            {BUTTON_MIDDLE_UP, [](bool, int) { return -3; }, false}, // toggles the panels once they exist
+        };
+        for (const auto& b : Buttons)
+            if (b.Code == msg->Code) result = b.Handle(b.Left, forTools);
+    }
+    // The record's own pressure stands, over what a press reset.
+    if (msg->Type == IM_POINTER || msg->Type == IM_BUTTON) {
+        PressureHigh = msg->PressureHigh;
+        PressureLow = msg->PressureLow;
+    }
     return result;
 }
 

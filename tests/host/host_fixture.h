@@ -18,6 +18,7 @@ struct HeadlessHost {
         EXPECT_EQ(ScreenOpen(), 1);
         EXPECT_EQ(ResizePageBuffers(pageW, pageH), 1);
         PageNotReady = 0;
+        for (int i = 0; i < 256; i++) PressureCurve[i] = SpeedCurve[i] = uint8_t(i);
         DrainInput(); // the opening WM_SIZE and WM_PAINT
         PageX = pageX;
         PageY = pageY;
