@@ -216,10 +216,14 @@ static int FailStart(uint32_t message) {
     return 1;
 }
 
-// The headless screen leaves room for the page and its frame.
+// The headless screen leaves room for the page and its frame, within the size of a large
+// real display: a page larger than that is shown in part, as on a real screen.
 static void HeadlessScreenSize(int* w, int* h) {
-    *w = StartPageWidth + 40 > 1024 ? StartPageWidth + 40 : 1024;
-    *h = StartPageHeight + 40 > 768 ? StartPageHeight + 40 : 768;
+    auto fit = [](int page, int least) {
+        return page + 40 < least ? least : page + 40 > 4096 ? 4096 : page + 40;
+    };
+    *w = fit(StartPageWidth, 1024);
+    *h = fit(StartPageHeight, 768);
 }
 
 int AppStart() {
