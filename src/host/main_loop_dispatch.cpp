@@ -43,7 +43,7 @@ static void TakePicture(Bitmap* picture) {
 static void TakeDrop(char* names) {
     if (!names) return;
     for (const char* name = names; *name; name += std::strlen(name) + 1)
-        std::printf("WARNING : %s: no file format can open it yet\n", name);
+        std::fprintf(stderr, "WARNING : %s: no file format can open it yet\n", name);
     std::free(names);
 }
 

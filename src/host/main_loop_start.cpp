@@ -270,7 +270,8 @@ int AppStart() {
     // Until the file formats can identify the start files, the page comes from the
     // command line's size (the page-size chooser's part).
     if (!StartFiles.empty())
-        std::printf("WARNING : cannot open %s: no file format is available yet\n", StartFiles.c_str());
+        std::fprintf(stderr, "WARNING : cannot open %s: no file format is available yet\n",
+                     StartFiles.c_str());
     if (*LastConfig) LoadProfile(LastConfig);
     if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);
 
@@ -280,7 +281,7 @@ int AppStart() {
     if (strncasecmp(full, "on", 2) == 0) PlatformSetFullScreen(true);
     DrainInput();
     ReadMainSettings();
-    if (!RemoteOpen()) std::printf("WARNING : remote commands are off\n");
+    RemoteOpen(); // without it the program works on; it has said why on stderr
 
     APen = 0xFFFF0000;
     SetPointerShape(2);

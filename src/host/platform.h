@@ -178,8 +178,8 @@ void HeadlessQueueTablet(const TabletPacket& packet);
 void HeadlessSetQualifiers(uint32_t qualifiers);
 void HeadlessSetTabletPresent(bool present);
 int HeadlessPending(); // messages waiting in the queue
-// When set, an empty queue with no timer and no watched descriptor answers a blocking
-// wait with WM_CLOSE, so a batch run always ends.
+// When set, the first blocking wait that finds the queue empty posts one WM_CLOSE (timers
+// and watched descriptors do not count as something to do), so a batch run always ends.
 void HeadlessCloseWhenIdle(bool on);
 // The shape the program last asked for (after the Mouse mapping), -1 for none yet.
 int HeadlessPointerShape();

@@ -97,6 +97,14 @@ TEST(Program, BinaryMachineFileGivesTheDefaults) {
     EXPECT_EQ(r.Output, "640\n");
 }
 
+TEST(Program, WithoutAWindowItFallsBackToHeadless) {
+    // A display that cannot be opened: the run goes on headless, and stdout stays clean.
+    ProgramRun r =
+        Nemu("--size 12x8 -c '[om_getwidth]' some-file.png", "DISPLAY=nemu-test-no-such-display:99");
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "[12]\n");
+}
+
 TEST(Program, HelpDocumentsEveryOption) {
     ProgramRun r = Nemu("--help");
     EXPECT_EQ(r.Status, 0);
