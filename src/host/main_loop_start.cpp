@@ -8,6 +8,7 @@
 #include "host/screen.h"
 #include "host/tablet.h"
 #include "paint/colour.h"
+#include "paint/draw_modes.h"
 #include "store/bitmap.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
@@ -265,6 +266,7 @@ int AppStart() {
     BuildLumaTables();
     IdentityCurve(SpeedCurve);
     SpeedScale = 35;
+    BuildDrawTables();
     SetPointerShape(2);
 
     // Until the file formats can identify the start files, the page comes from the

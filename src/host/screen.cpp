@@ -7,6 +7,7 @@
 
 #include "host/main_loop.h"
 #include "host/platform.h"
+#include "paint/tools.h"
 #include "store/bitmap.h"
 #include "ui/window.h"
 
@@ -29,6 +30,11 @@ constexpr uint32_t DefaultFillColour = 0xFF5A5A5A;
 
 // ---- Opening ------------------------------------------------------------------------------
 
+// What the paint engine calls to show what a stroke changed.
+static void ShowPaintedRect(int32_t x, int32_t y, int32_t w, int32_t h) {
+    if (Page) ShowPageRect(Page, x, y, Screen, x, y, w, h);
+}
+
 int ScreenOpen() {
     if (Screen) return 1;
     auto* s = static_cast<ScreenRecord*>(std::calloc(1, sizeof(ScreenRecord)));
@@ -39,6 +45,7 @@ int ScreenOpen() {
     s->Depth = 32;
     Screen = s;
     BlitToScreen = Blit32;
+    ShowPageRectFn = ShowPaintedRect;
     if (!ScreenAllocBuffers()) {
         ScreenClose();
         return 0;
@@ -47,6 +54,7 @@ int ScreenOpen() {
 }
 
 void ScreenClose() {
+    if (ShowPageRectFn == ShowPaintedRect) ShowPageRectFn = nullptr;
     FreeBitmap(StripBitmap);
     FreeBitmap(ColumnBitmap);
     StripBitmap = ColumnBitmap = nullptr;

@@ -1,10 +1,11 @@
 // The compose rules of the display: what a page pixel looks like on the screen.
 //
 // Page colours are premultiplied, so showing a pixel over a background g is
-// c + Mul(g.c, 255 - a) per channel, with alpha 255; Mul rounds up, (x * y + 254) / 255,
-// so that the product of two non-zero values never vanishes and Mul(x, 255) is x.
+// c + Mul(g.c, 255 - a) per channel, with alpha 255, with the paint engine's Mul, which
+// rounds up: (x * y + 254) / 255.
 #include "host/screen.h"
 
+#include "paint/draw_modes.h"
 #include "store/bitmap.h"
 
 #include <cstddef>
@@ -38,7 +39,7 @@ uint32_t OverColour(uint32_t p, uint32_t g) {
     uint32_t s = 255 - a;
     uint32_t out = 0xFF000000u;
     for (int shift = 0; shift < 24; shift += 8) {
-        uint32_t c = ((p >> shift) & 255) + Mul((g >> shift) & 255, s);
+        uint32_t c = ((p >> shift) & 255) + uint32_t(Mul(int((g >> shift) & 255), int(s)));
         if (c > 255) c = 255; // only a pixel that breaks premultiplication gets here
         out |= c << shift;
     }
@@ -54,7 +55,8 @@ uint32_t UnmultiplyPixel(uint32_t p) {
     uint32_t a = p >> 24;
     if (a == 0 || a == 255) return p;
     uint32_t out = p & 0xFF000000u;
-    for (int shift = 0; shift < 24; shift += 8) out |= ((255 * ((p >> shift) & 255) / a) & 255) << shift;
+    for (int shift = 0; shift < 24; shift += 8)
+        out |= uint32_t(Div(int((p >> shift) & 255), int(a))) << shift;
     return out;
 }
 
