@@ -106,4 +106,3 @@ BENCHMARK(BM_MemcpyPage)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComposeAlphaOverCheck)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComposeOpaqueOverCheck)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BlitOpaqueDirect)->Unit(benchmark::kMillisecond);
-BENCHMARK_MAIN();

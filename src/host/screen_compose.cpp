@@ -90,7 +90,9 @@ bool ComposeNeeded() {
 // colour twice for a plain background). Written without branches so that it vectorises;
 // the rounded-up product is exact here: for y below 65280, y / 255 is
 // (y + 1 + (y >> 8)) >> 8, and Mul(g, 255 - a) with a = 255 is 0 and with a = 0 is g.
-static void OverRow(const uint32_t* s, uint32_t* d, int w, int px, uint32_t g0, uint32_t g1) {
+// A second build for processors with 8-lane 32-bit multiplies more than doubles its speed.
+__attribute__((target_clones("avx2", "default"))) static void OverRow(const uint32_t* s, uint32_t* d, int w,
+                                                                      int px, uint32_t g0, uint32_t g1) {
     for (int i = 0; i < w; i++) {
         uint32_t p = s[i];
         uint32_t g = ((px + i) & 16) ? g1 : g0;
