@@ -210,10 +210,12 @@ TEST(Remote, RequestWaitsWhileAButtonIsHeld) {
     PumpAndDispatch(1);
     ASSERT_EQ(LeftHeld, 1);
     Child c = SpawnTool({"during", "stroke"});
-    double start = PlatformSeconds();
-    while (PlatformSeconds() - start < 1.0) {
+    // Until the request has arrived, and a while longer: it must not be answered.
+    double start = PlatformSeconds(), arrived = 0;
+    while (PlatformSeconds() - start < 20 && (!arrived || PlatformSeconds() - arrived < 0.5)) {
         WaitForInput(1);
         PumpAndDispatch(0);
+        if (!arrived && RemoteQueueLength() == 1) arrived = PlatformSeconds();
     }
     EXPECT_EQ(RemoteQueueLength(), 1);
     EXPECT_EQ(waitpid(c.Pid, nullptr, WNOHANG), 0); // still waiting for its answer
