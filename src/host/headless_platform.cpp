@@ -180,5 +180,6 @@ void HeadlessSetQualifiers(uint32_t qualifiers) { H.Qualifiers = qualifiers; }
 void HeadlessSetTabletPresent(bool present) { H.TabletPresent = present; }
 int HeadlessPending() { return int(H.Queue.size()); }
 void HeadlessCloseWhenIdle(bool on) { H.CloseWhenIdle = on; }
+int HeadlessPointerShape() { return H.PointerShape; }
 
 } // namespace nemu

@@ -1,14 +1,19 @@
-// Start-up, the main loop and shutdown, and the shared globals they own.
+// The main loop and the shared globals of the spine.
+//
+// Sections: globals; the drain and its score; one pass of the loop (drain, idle wait,
+// pressure, tool phase); the prologue; quitting.
+// Start-up and shutdown are in main_loop_start.cpp, the routing of records and the
+// pointer state in main_loop_dispatch.cpp.
 #include "host/main_loop.h"
 
+#include "host/input.h"
+#include "host/platform.h"
 #include "store/bitmap.h"
+#include "ui/window.h"
 
 namespace nemu {
 
 std::string HomeDir, ProgramDir, TempDir;
-
-std::string HomePath(const char* relative) { return HomeDir + "/" + relative; }
-std::string DataPath(const char* relative) { return ProgramDir + "/" + relative; }
 
 Bitmap* Page = nullptr;
 Bitmap* PageBase = nullptr;
@@ -57,5 +62,169 @@ std::string StartFiles, StartSpare;
 char LastConfig[256] = "";
 
 uint32_t LumaRed[256], LumaGreen[256], LumaBlue[256];
+
+PlatformBackend StartBackend = BACKEND_HEADLESS;
+int32_t StartPageWidth = 640, StartPageHeight = 480;
+void (*AfterStartHook)() = nullptr;
+int32_t MainPanelX = 0, MainPanelY = 0;
+int32_t SaveConfigOn = 1;
+IdleRefreshRow IdleRefreshTable[IdleRefreshRowCount] = {};
+int32_t IdleCallDepth = 0;
+
+// ---- The drain ------------------------------------------------------------------------------
+// The score sums up what a drain did: -1 when only pointer moves came, positive when
+// anything else came, 0 for nothing.
+
+static int Drain(int idle) {
+    ButtonEdge = LeftPressed = RightPressed = 0;
+    int score = 0;
+    while (InputMsg* taken = GetInputMsg(idle)) {
+        InputMsg msg = *taken;
+        FreeInputMsg(taken);
+        TabletActive = msg.TabletFlag;
+        if (msg.Type == IM_POINTER) {
+            if (score < 1) score = -1;
+        } else {
+            score += 2;
+        }
+        DispatchInput(&msg);
+        // Later messages wait for the tool phase, which must see this edge first.
+        if (ButtonEdge || QuitFlag) break;
+    }
+    if (CloseRequest) {
+        AskQuit();
+        score = 1;
+    }
+    return score;
+}
+
+int PumpAndDispatch(int deferredOk) {
+    return Drain(deferredOk);
+}
+
+// ---- Idle work ---------------------------------------------------------------------------------
+
+static uint32_t LastCompleteSum = 0;
+
+// The activity sum that decides whether preview panels are stale. Colour and palette-list
+// changes join it when the colour module counts them.
+static uint32_t ActivitySum() {
+    return PageVersion;
+}
+
+// Runs the rows that are due; true when input arrived and the wait must end.
+static bool RunIdleRows() {
+    uint32_t sum = ActivitySum();
+    if (sum == LastCompleteSum) return false;
+    for (IdleRefreshRow& row : IdleRefreshTable) {
+        if (!row.Function || row.LastSum == sum) continue;
+        IdleCallDepth++;
+        row.Function();
+        IdleCallDepth--;
+        row.LastSum = sum;
+        if (PumpAndDispatch(1) != 0) return true; // the rows not yet run stay due
+    }
+    LastCompleteSum = sum;
+    return false;
+}
+
+// The wait while nothing happens: wakes every 20 ms to do idle work in small slices.
+// Returns the score of the drain that ended it.
+static int IdleWait() {
+    double waitStart = PlatformSeconds();
+    int score = 0;
+    while (!QuitFlag && !WaitForInput(3)) {
+        double waited = PlatformSeconds() - waitStart;
+        if (waited >= 0.45) {
+            score = Drain(1);
+            if (score != 0) break;
+        }
+        if (waited >= 0.5 && RunIdleRows()) {
+            score = 2;
+            break;
+        }
+        score = Drain(1);
+        if (score != 0 || QuitFlag) break;
+    }
+    return score;
+}
+
+// ---- One pass --------------------------------------------------------------------------------------
+
+static void PressureStep() {
+    if (PressureHigh < 0 || !ToolUsesPressure) {
+        PressureHigh = 255;
+        PressureLow = 0;
+    }
+    int speed = SpeedPressure();
+    StrokePressure = PressureHigh == PressureLow ? PressureHigh : speed;
+    if (!ToolUsesSpeed) {
+        if (ToolInvertPressure && PressureHigh == PressureLow) PressureHigh = 255 - PressureHigh;
+    } else if (PressureHigh != PressureLow) {
+        // A pointer without pressure: its speed stands in.
+        PressureHigh = PressureLow = speed;
+    }
+}
+
+void MainLoopPass() {
+    if (QuitFlag > 0) return;
+    int idle = (!LeftHeld && !RightHeld) ? 1 : 0;
+    BreakRequested = 0;
+    for (;;) {
+        int score = Drain(idle);
+        if (score > 0 || QuitFlag) break;
+        // Only pointer moves: straight to the tool phase (the help bubbles of the panels
+        // hook in here).
+        if (score == -1) break;
+        if (!idle) {
+            // A stroke never spins: it sleeps until the next message.
+            WaitForInput(0);
+            continue;
+        }
+        score = IdleWait();
+        if (score == 0 && !QuitFlag) continue;
+        break;
+    }
+    if (QuitFlag > 0) return;
+    PressureStep();
+    if (!InputLocked) DispatchTool();
+    PressFX = PointerFX;
+    PressFY = PointerFY;
+    PressX = PointerX;
+    PressY = PointerY;
+    if (CloseRequest) AskQuit();
+}
+
+// ---- The loop ------------------------------------------------------------------------------------------
+
+void MainLoopPrologue() {
+    DrainInput();
+    // Opening the start files, the start script and the plug-in notice join here with
+    // the file formats, the script host and the plug-ins.
+    if (AfterStartHook) AfterStartHook();
+}
+
+int MainLoop() {
+    MainLoopPrologue();
+    while (QuitFlag <= 0) MainLoopPass();
+    return 0;
+}
+
+// ---- Quitting --------------------------------------------------------------------------------------------
+
+int AskQuit() {
+    PlatformRaise();
+    if (InputLocked) {
+        QuitFlag = 1;
+        return 1;
+    }
+    CloseRequest = 0;
+    // A modal loop is running: the request is dropped, as the dialog has the user.
+    if (ModalWindow) return 1;
+    // The quit dialog joins here with the toolkit; until then a close request is the
+    // user's answer.
+    QuitFlag = 1;
+    return 1;
+}
 
 } // namespace nemu

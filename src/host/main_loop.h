@@ -4,10 +4,13 @@
 #include <cstdint>
 #include <string>
 
+#include "host/platform.h"
+
 namespace nemu {
 
 struct Bitmap;
 struct InputMsg;
+struct RemoteRequest;
 
 // ---- Places -------------------------------------------------------------------------
 extern std::string HomeDir;    // settings and profiles: $XDG_CONFIG_HOME/nemu
@@ -72,5 +75,56 @@ extern char LastConfig[256];
 
 // Grey from colour: (LumaRed[r] + LumaGreen[g] + LumaBlue[b]) >> 16.
 extern uint32_t LumaRed[256], LumaGreen[256], LumaBlue[256];
+void BuildLumaTables();
+
+// ---- What the process entry asks for, before ProgramStart -----------------------------------
+extern PlatformBackend StartBackend;
+extern int32_t StartPageWidth, StartPageHeight; // page size when no file is opened
+// Run once at the end of the main loop's prologue, after the start files are loaded
+// (batch mode runs its commands here).
+extern void (*AfterStartHook)();
+
+// ---- Settings read at start ------------------------------------------------------------------
+extern int32_t MainPanelX, MainPanelY; // WIN_X, WIN_Y of section Main, clamped to the screen
+extern int32_t SaveConfigOn;           // SaveConfig of section Main
+void ReadMainSettings();
+
+// ---- Idle work ---------------------------------------------------------------------------------
+// Panels that show a preview of the page refresh from here while the program is idle, one
+// row at a time; a row runs when the activity sum has changed since it last ran.
+struct IdleRefreshRow {
+    void (*Function)();
+    uint32_t LastSum;
+};
+constexpr int IdleRefreshRowCount = 26;
+extern IdleRefreshRow IdleRefreshTable[IdleRefreshRowCount];
+extern int32_t IdleCallDepth; // above 0 while an idle row runs
+
+// The remote command of an IM_REMOTE record: run it and answer with ReplyRemote. It goes
+// through the command host; tests of the transport put their own answer here.
+extern void (*RunRemoteCommand)(RemoteRequest* request);
+
+// ---- The spine ------------------------------------------------------------------------------------
+int SetupPlaces(); // HomeDir, ProgramDir, TempDir and Nemu.INI; 1 on success
+int ProgramStart(const char* commandLine);
+int AppMain();
+int AppStart();   // builds everything up to the main loop; 0 on success, else the exit status
+void AppFinish(); // what follows the main loop
+int MainLoop();
+void MainLoopPrologue();
+void MainLoopPass();
+void Cleanup();
+int PumpAndDispatch(int deferredOk);
+void DispatchInput(InputMsg* msg);
+int UpdatePointerState(const InputMsg* msg, int forTools);
+void DispatchTool();
+int SpeedPressure();
+void SetPointerHook(PointerHookFn function, HookFn endFunction);
+void LockInput();
+void UnlockInput();
+int AskQuit();
+// The host's part of a change of page size: page bitmaps, wet buffer and display strips.
+// 0 (with everything as it was) when memory is short.
+int ResizePageBuffers(int width, int height);
 
 } // namespace nemu

@@ -23,6 +23,7 @@ struct Watch {
     int Fd;
     WatchCallback Callback;
     void* User;
+    short Events;
 };
 static std::vector<Watch> Watches;
 
@@ -90,7 +91,7 @@ bool PollWatched(int extraFd, int timeoutMs) {
     fds.reserve(Watches.size() + 2);
     if (WakePipe[0] >= 0) fds.push_back({WakePipe[0], POLLIN, 0});
     if (extraFd >= 0) fds.push_back({extraFd, POLLIN, 0});
-    for (const auto& w : Watches) fds.push_back({w.Fd, POLLIN, 0});
+    for (const auto& w : Watches) fds.push_back({w.Fd, w.Events, 0});
     int n = poll(fds.data(), fds.size(), timeoutMs);
     if (n <= 0) return false;
     bool extraReady = false;
@@ -231,7 +232,12 @@ void PlatformFreeMsg(NativeMsg* msg) {
 
 void PlatformWatchFd(int fd, WatchCallback callback, void* user) {
     PlatformUnwatchFd(fd);
-    Watches.push_back({fd, callback, user});
+    Watches.push_back({fd, callback, user, POLLIN});
+}
+
+void PlatformWatchFdEvents(int fd, bool read, bool write) {
+    for (auto& w : Watches)
+        if (w.Fd == fd) w.Events = short((read ? POLLIN : 0) | (write ? POLLOUT : 0));
 }
 
 void PlatformUnwatchFd(int fd) {

@@ -119,6 +119,9 @@ double PlatformSeconds();
 using WatchCallback = void (*)(int fd, void* user);
 void PlatformWatchFd(int fd, WatchCallback callback, void* user);
 void PlatformUnwatchFd(int fd);
+// Which readiness of a watched descriptor runs its callback: readable (the default) and
+// writable (for output that had to wait). A hang-up or error runs it whatever is chosen.
+void PlatformWatchFdEvents(int fd, bool read, bool write);
 
 // ---- Tablet -------------------------------------------------------------------------
 // Whether a pressure device is known to the back end.
@@ -175,8 +178,10 @@ void HeadlessQueueTablet(const TabletPacket& packet);
 void HeadlessSetQualifiers(uint32_t qualifiers);
 void HeadlessSetTabletPresent(bool present);
 int HeadlessPending(); // messages waiting in the queue
-// When set, an empty queue with no timer and no watched descriptor answers a blocking
-// wait with WM_CLOSE, so a batch run always ends.
+// When set, the first blocking wait that finds the queue empty posts one WM_CLOSE (timers
+// and watched descriptors do not count as something to do), so a batch run always ends.
 void HeadlessCloseWhenIdle(bool on);
+// The shape the program last asked for (after the Mouse mapping), -1 for none yet.
+int HeadlessPointerShape();
 
 } // namespace nemu

@@ -5,6 +5,7 @@
 // into a RemoteRequest and, once the command has run, answers through these calls.
 #pragma once
 #include <cstdint>
+#include <string>
 
 namespace nemu {
 
@@ -18,5 +19,37 @@ const char* RemoteSocketPath();
 // A client that has gone away is silently forgotten.
 void RemoteAck(uintptr_t client, int status);
 void RemoteData(uintptr_t client, const char* text);
+
+// ---- Wire format, shared with the client tool -------------------------------------------------
+// Every message, either way: a 4-byte little-endian count of the bytes that follow, then a
+// kind byte, then the body. Requests carry the command text (at most RemoteTextMax bytes,
+// no NUL); an acknowledgement carries one status byte (0 or 1); data carries the reply
+// text; a refusal carries a sentence saying why, and the server then closes.
+enum RemoteFrameKind : uint8_t {
+    REMOTE_REQUEST = 'R', // reply text wanted
+    REMOTE_EXECUTE = 'E', // status only
+    REMOTE_ACK = 'A',
+    REMOTE_DATA = 'D',
+    REMOTE_REFUSED = 'X',
+};
+constexpr uint32_t RemoteTextMax = 2047;
+constexpr uint32_t RemoteReplyMax = 4100;
+constexpr int RemoteMaxInstances = 16;
+
+// The private folder of the sockets ($XDG_RUNTIME_DIR/nemu, else nemu/run under the cache
+// folder), made with mode 0700 when make is set. "" when no safe folder can be had, with
+// the reason in why.
+std::string RemoteFolder(bool make, std::string* why);
+// 1 when path is a real folder of this user with mode 0700; else 0 and the reason.
+int RemoteCheckFolder(const char* path, std::string* why);
+// The socket's name for an instance: "Nemu.Commands", then "Nemu.Commands.2" and so on.
+std::string RemoteSocketName(int instance);
+// 1 when the peer of a connected socket runs as owner.
+int RemotePeerAllowed(int fd, uint32_t owner);
+// Clients connected now.
+int RemoteClientCount();
+// Whether a reply reports a failure: "BREAK", or an "ERROR n" standing alone or as a
+// bracketed group of its own.
+bool ReplyReportsError(const char* reply);
 
 } // namespace nemu

@@ -1,0 +1,349 @@
+// Start-up and shutdown: where the program's files live, the machine settings, building
+// the global state in order, and taking it down again from any stage.
+//
+// Sections: places; ProgramStart; page buffers; AppStart and AppMain; Cleanup.
+#include "host/input.h"
+#include "host/main_loop.h"
+#include "host/remote.h"
+#include "host/screen.h"
+#include "host/tablet.h"
+#include "paint/colour.h"
+#include "paint/draw_modes.h"
+#include "store/bitmap.h"
+#include "ui/catalog.h"
+#include "ui/requests.h"
+#include "ui/settings.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace nemu {
+
+// ---- Places ---------------------------------------------------------------------------------
+
+static std::string EnvOr(const char* name, const std::string& fallback) {
+    const char* v = std::getenv(name);
+    return (v && *v == '/') ? std::string(v) : fallback;
+}
+
+static std::string UserHome() {
+    const char* home = std::getenv("HOME");
+    return (home && *home) ? home : "/tmp";
+}
+
+// Makes a folder and its parents; true when it exists afterwards.
+static bool MakeFolders(const std::string& path, mode_t mode) {
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0) return S_ISDIR(st.st_mode);
+    size_t slash = path.find_last_of('/');
+    if (slash != std::string::npos && slash > 0 && !MakeFolders(path.substr(0, slash), mode)) return false;
+    return mkdir(path.c_str(), mode) == 0 || errno == EEXIST;
+}
+
+static std::string FolderOfProgram() {
+    char buf[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    if (n <= 0) return ".";
+    buf[n] = 0;
+    std::string path(buf);
+    size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+static bool IsFolder(const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+static std::string WithSlash(std::string folder) {
+    if (folder.empty() || folder.back() != '/') folder += '/';
+    return folder;
+}
+
+static std::string MachineFilePath() {
+    return EnvOr("XDG_CONFIG_HOME", UserHome() + "/.config") + "/nemu/Nemu.INI";
+}
+
+// What a first start writes, so that the user finds the keys where they belong.
+static const char DefaultMachineFile[] = "[STARTUP]\nBORDER=1\nGAUGE=1\nZORRO=1\n";
+
+int SetupPlaces() {
+    std::string configDir = EnvOr("XDG_CONFIG_HOME", UserHome() + "/.config") + "/nemu";
+    MakeFolders(configDir, 0700);
+    HomeDir = configDir;
+
+    std::string bin = FolderOfProgram();
+    ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : bin + "/../share/nemu";
+
+    std::string cache = EnvOr("XDG_CACHE_HOME", UserHome() + "/.cache") + "/nemu";
+    if (MakeFolders(cache, 0700))
+        TempDir = WithSlash(cache);
+    else if (const char* tmp = std::getenv("TMPDIR"); tmp && *tmp)
+        TempDir = WithSlash(tmp);
+    else
+        TempDir = "/tmp/";
+
+    std::string ini = MachineFilePath();
+    if (access(ini.c_str(), F_OK) != 0) WriteFileAtomic(ini.c_str(), DefaultMachineFile);
+    if (!MachineConfig) MachineConfig = OpenConfig(ini.c_str());
+    return MachineConfig != nullptr;
+}
+
+std::string HomePath(const char* relative) {
+    if (relative && relative[0] == '/') return relative;
+    return HomeDir + "/" + (relative ? relative : "");
+}
+
+std::string DataPath(const char* relative) {
+    return ProgramDir + "/" + (relative ? relative : "");
+}
+
+// ---- ProgramStart -----------------------------------------------------------------------------
+
+static bool YesOrNumber(const char* value) {
+    return strcasecmp(value, "yes") == 0 || std::atoi(value) != 0;
+}
+
+static void ReadStartupKeys() {
+    char value[4096];
+    StartupGet("HomeDir", value, HomeDir.c_str(), sizeof value);
+    HomeDir = value;
+    while (HomeDir.size() > 1 && (HomeDir.back() == '/' || HomeDir.back() == '\\')) HomeDir.pop_back();
+
+    StartupGet("ForceTablet", value, "", sizeof value);
+    ForceTablet = YesOrNumber(value) ? 1 : 0;
+    StartupGet("Tablet", value, "", sizeof value);
+    TabletDisabled = strcasecmp(value, "no") == 0 ? 1 : 0;
+    Border = StartupGetInt("BORDER", 1) ? 1 : 0;
+    StartupGet("PROJECT", value, "", sizeof value);
+    if (*value) StartFiles = value;
+    StartupGet("TEMP", value, "", sizeof value);
+    if (*value) TempDir = WithSlash(value);
+    StartupGet("Last_Config", LastConfig, "", sizeof LastConfig);
+}
+
+int ProgramStart(const char* commandLine) {
+    SetupPlaces();
+    ReadStartupKeys();
+    if (commandLine && *commandLine) StartFiles = commandLine;
+    std::string startConfig = LastConfig;
+    int status = AppMain();
+    if (startConfig != LastConfig) ConfigSetIn(MachineConfig, "STARTUP", "Last_Config", LastConfig);
+    CloseConfig(MachineConfig);
+    MachineConfig = nullptr;
+    return status;
+}
+
+// ---- Page buffers ---------------------------------------------------------------------------------
+
+// Memory is promised lazily here, so a page larger than the machine would be "allocated"
+// and then kill the process as its pixels are cleared. Such a page is refused up front.
+static bool PageFitsMemory(int width, int height) {
+    long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGESIZE);
+    if (pages <= 0 || pageSize <= 0) return true;
+    uint64_t need = (uint64_t(height) + 2) * uint64_t(width) * (WetKeep == 2 ? 5 : 9);
+    return need < uint64_t(pages) * uint64_t(pageSize);
+}
+
+int ResizePageBuffers(int width, int height) {
+    if (width < 1 || height < 1 || !PageFitsMemory(width, height)) return 0;
+    size_t wetBytes = (size_t(height) + 2) * size_t(width) + 2;
+    Bitmap* page = NewClearBitmap(width, height);
+    Bitmap* back = WetKeep == 2 ? nullptr : NewClearBitmap(width, height);
+    auto* wet = static_cast<uint8_t*>(std::calloc(wetBytes, 1));
+    if (!page || !wet) {
+        FreeBitmap(page);
+        FreeBitmap(back);
+        std::free(wet);
+        return 0;
+    }
+    if (Page && Page != PageBase) FreeBitmap(Page);
+    FreeBitmap(PageBase);
+    FreeBitmap(BackPage);
+    std::free(WetBuffer);
+    Page = PageBase = page;
+    BackPage = back; // without it undo is off, which is not fatal
+    WetBuffer = wet;
+    PageWidth = width;
+    PageHeight = height;
+    if (Screen && !ScreenAllocBuffers()) return 0;
+    return 1;
+}
+
+// ---- AppStart and AppMain ----------------------------------------------------------------------------
+
+void BuildLumaTables() {
+    for (uint32_t i = 0; i < 256; i++) {
+        LumaRed[i] = i * 19584;
+        LumaGreen[i] = i * 38464;
+        LumaBlue[i] = i * 7488;
+    }
+}
+
+static int Clamp(int v, int lo, int hi) {
+    return v < lo ? lo : v > hi ? hi : v;
+}
+
+void ReadMainSettings() {
+    int w = Screen ? Screen->Width : 0, h = Screen ? Screen->Height : 0;
+    MouseStyle = Clamp(ConfigGetInt("Main", "Mouse", 0), 0, 3);
+    Border = ConfigGetInt("Main", "Border", Border) ? 1 : 0;
+    SaveConfigOn = ConfigGetOn("Main", "SaveConfig", true) ? 1 : 0;
+    char mode[16];
+    ConfigGet("Main", "DisplayMode", mode, "Test", sizeof mode);
+    DisplayModeValue = strcasecmp(mode, "Best") == 0 ? 0 : strcasecmp(mode, "Fast") == 0 ? 1 : -1;
+    MainPanelX = Clamp(ConfigGetInt("Main", "WIN_X", (w - 128) / 2), 0, w - 128 > 0 ? w - 128 : 0);
+    MainPanelY = Clamp(ConfigGetInt("Main", "WIN_Y", (h - 385) / 2), 0, h - 385 > 0 ? h - 385 : 0);
+    char temp[4096];
+    ConfigGet("Main", "temp", temp, "", sizeof temp);
+    if (*temp) TempDir = WithSlash(temp);
+}
+
+// Identity: what the curve maker gives for equal control values, as the start values are.
+static void IdentityCurve(uint8_t* table) {
+    for (int i = 0; i < 256; i++) table[i] = uint8_t(i);
+}
+
+static int FailStart(uint32_t message) {
+    AlertMsg(message);
+    Cleanup();
+    return 1;
+}
+
+// The headless screen leaves room for the page and its frame, within the size of a large
+// real display: a page larger than that is shown in part, as on a real screen.
+static void HeadlessScreenSize(int* w, int* h) {
+    auto fit = [](int page, int least) {
+        return page + 40 < least ? least : page + 40 > 4096 ? 4096 : page + 40;
+    };
+    *w = fit(StartPageWidth, 1024);
+    *h = fit(StartPageHeight, 768);
+}
+
+int AppStart() {
+    std::srand(unsigned(std::time(nullptr)));
+    if (!CatalogLoadGlobal()) {
+        PlatformMessageBox("Local file not found", "Nemu");
+        return -1; // not a failure of the program: it ends with status 0
+    }
+    int sw = 0, sh = 0;
+    if (StartBackend == BACKEND_HEADLESS) HeadlessScreenSize(&sw, &sh);
+    bool open = PlatformOpen(StartBackend, sw, sh);
+    if (!open && StartBackend != BACKEND_HEADLESS) {
+        std::fprintf(stderr, "WARNING : no window could be opened; running headless\n");
+        StartBackend = BACKEND_HEADLESS;
+        HeadlessScreenSize(&sw, &sh);
+        open = PlatformOpen(StartBackend, sw, sh);
+    }
+    if (!open || !ScreenOpen()) return FailStart(1400);
+
+    PageX = PageY = -1000;
+    PageWidth = PageHeight = 1;
+    PageBase = Page = NewClearBitmap(1, 1);
+    if (!Page) return FailStart(1000);
+    WetBuffer = static_cast<uint8_t*>(std::calloc(size_t(PageHeight + 2) * PageWidth + 2, 1));
+    ScratchList = static_cast<uint8_t*>(std::calloc(320000, 1));
+    if (!WetBuffer || !ScratchList) return FailStart(1000);
+    if (WetKeep != 2 && !(BackPage = NewClearBitmap(1, 1))) AlertMsg(1401);
+
+    PointerShape = -1;
+    DisplayFlags = 33;
+    BackColour = 0xFF005F9F;
+    PageNotReady = 1;
+    if (!ScreenAllocBuffers()) return FailStart(1000);
+    PlatformRaise();
+
+    IdentityCurve(PressureCurve);
+    DrainInput();
+    RefreshAll();
+    BuildLumaTables();
+    IdentityCurve(SpeedCurve);
+    SpeedScale = 35;
+    BuildDrawTables();
+    SetPointerShape(2);
+
+    // Until the file formats can identify the start files, the page comes from the
+    // command line's size (the page-size chooser's part).
+    if (!StartFiles.empty())
+        std::fprintf(stderr, "WARNING : cannot open %s: no file format is available yet\n",
+                     StartFiles.c_str());
+    if (*LastConfig) LoadProfile(LastConfig);
+    if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);
+
+    PageNotReady = 0;
+    char full[16];
+    ConfigGet("Main", "FullScreen", full, "", sizeof full);
+    if (strncasecmp(full, "on", 2) == 0) PlatformSetFullScreen(true);
+    DrainInput();
+    ReadMainSettings();
+    RemoteOpen(); // without it the program works on; it has said why on stderr
+
+    APen = 0xFFFF0000;
+    SetPointerShape(2);
+    if (BackPage) CopyBitmap(Page, BackPage);
+    PlacePage(1);
+    RefreshAll();
+    SetPointerShape(0);
+    return 0;
+}
+
+void AppFinish() {
+    SetPointerShape(2);
+    if (SaveConfigOn) {
+        ConfigSetInt("Main", "WIN_X", MainPanelX);
+        ConfigSetInt("Main", "WIN_Y", MainPanelY);
+    }
+    Cleanup();
+    ConfigSetOn("Main", "SaveConfig", SaveConfigOn != 0);
+    SaveConfig();
+    LoadProfile(nullptr);
+    CatalogFreeAll();
+}
+
+int AppMain() {
+    int status = AppStart();
+    if (status < 0) return 0;
+    if (status > 0) {
+        CatalogFreeAll();
+        return status;
+    }
+    MainLoop();
+    AppFinish();
+    return 0;
+}
+
+// ---- Cleanup ------------------------------------------------------------------------------------------
+
+void Cleanup() {
+    // Windows, plug-ins, brushes, the project and the cache file join this list, in this
+    // order, as they come: each is safe to free when it was never made.
+    CloseInputQueues();
+    if (WaitTimer) {
+        PlatformKillTimer(WaitTimer);
+        WaitTimer = 0;
+    }
+    if (HeldFlag) {
+        PlatformFreeMsg(&HeldMessage);
+        HeldFlag = 0;
+    }
+    RemoteClose();
+    if (Page && Page != PageBase) FreeBitmap(Page);
+    FreeBitmap(PageBase);
+    FreeBitmap(BackPage);
+    FreeBitmap(SparePage);
+    Page = PageBase = BackPage = SparePage = nullptr;
+    std::free(WetBuffer);
+    std::free(ScratchList);
+    WetBuffer = ScratchList = nullptr;
+    ScreenClose();
+    PlatformClose();
+}
+
+} // namespace nemu

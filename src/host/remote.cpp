@@ -1,0 +1,450 @@
+// The remote-command door: a Unix-domain socket in a private folder, served from the main
+// thread through the platform's descriptor watch. Every arriving command is posted as a
+// WM_DDE_REQUEST or WM_DDE_EXECUTE message; the answer comes back through RemoteAck or
+// RemoteData once the command has run, which may be much later (during a stroke the
+// command waits in the input layer's queue).
+//
+// Nothing a client does can stall the program or grow its memory without bound: sockets
+// are non-blocking, input per client is one frame at most, a client may have only a few
+// commands in flight, and one whose replies pile up unread is dropped.
+//
+// Sections: folder and names; clients and output; reading frames; the listener; open and close.
+#include "host/remote.h"
+
+#include "host/platform.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+namespace nemu {
+
+constexpr size_t MaxClients = 128;
+constexpr int MaxOutstanding = 16;      // commands of one client posted and not yet answered
+constexpr size_t MaxPendingOut = 16384; // reply bytes the kernel would not take yet
+constexpr size_t FrameHeader = 5;
+
+// ---- Folder and names --------------------------------------------------------------------------
+
+int RemoteCheckFolder(const char* path, std::string* why) {
+    struct stat st;
+    std::string reason;
+    if (lstat(path, &st) != 0)
+        reason = std::string("cannot be made: ") + std::strerror(errno);
+    else if (S_ISLNK(st.st_mode))
+        reason = "is a symbolic link";
+    else if (!S_ISDIR(st.st_mode))
+        reason = "is not a folder";
+    else if (st.st_uid != geteuid())
+        reason = "belongs to another user";
+    else if ((st.st_mode & 07777) != 0700) {
+        char mode[32];
+        std::snprintf(mode, sizeof mode, "%04o", unsigned(st.st_mode & 07777));
+        reason = std::string("has mode ") + mode + ", not 0700";
+    }
+    if (reason.empty()) return 1;
+    if (why) *why = std::string(path) + " " + reason;
+    return 0;
+}
+
+static std::string CacheBase() {
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    if (cache && *cache == '/') return cache;
+    const char* home = std::getenv("HOME");
+    return std::string(home && *home ? home : "/nonexistent") + "/.cache";
+}
+
+// mkdir honours the umask, so the mode is set again, on the folder itself and not through
+// whatever a name might have been swapped for.
+static void MakePrivateFolder(const std::string& path) {
+    if (mkdir(path.c_str(), 0700) != 0) return;
+    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return;
+    if (fchmod(fd, 0700) != 0) { /* the check that follows reports it */
+    }
+    close(fd);
+}
+
+std::string RemoteFolder(bool make, std::string* why) {
+    std::string folder;
+    const char* run = std::getenv("XDG_RUNTIME_DIR");
+    if (run && *run == '/') {
+        folder = std::string(run) + "/nemu";
+    } else {
+        // Never a shared folder such as /tmp: the user's own cache folder.
+        std::string base = CacheBase() + "/nemu";
+        if (make) {
+            mkdir(CacheBase().c_str(), 0700);
+            mkdir(base.c_str(), 0700);
+        }
+        folder = base + "/run";
+    }
+    if (make) MakePrivateFolder(folder);
+    if (!RemoteCheckFolder(folder.c_str(), why)) return "";
+    return folder;
+}
+
+std::string RemoteSocketName(int instance) {
+    std::string name = "Nemu.Commands";
+    if (instance > 1) name += "." + std::to_string(instance);
+    return name;
+}
+
+int RemotePeerAllowed(int fd, uint32_t owner) {
+    struct ucred cred;
+    socklen_t size = sizeof cred;
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &size) != 0 || size != sizeof cred) return 0;
+    return cred.uid == owner ? 1 : 0;
+}
+
+bool ReplyReportsError(const char* reply) {
+    if (!reply) return false;
+    if (std::strcmp(reply, "BREAK") == 0) return true;
+    for (const char* p = reply; (p = std::strstr(p, "ERROR ")); p++) {
+        if (p != reply && p[-1] != '[') continue;
+        const char* n = p + 6;
+        if (*n == '-') n++;
+        if (*n >= '0' && *n <= '9') return true;
+    }
+    return false;
+}
+
+// ---- Clients and output ---------------------------------------------------------------------------
+
+struct Client {
+    int Fd;
+    uintptr_t Id; // what the posted messages carry; never reused, unlike descriptors
+    uint8_t In[FrameHeader + RemoteTextMax];
+    size_t InLength;
+    uint8_t* Out;
+    size_t OutLength, OutCapacity;
+    int Outstanding;
+    bool Closing; // refused: goes once its last words are out
+};
+
+static std::vector<Client*> Clients;
+static int ListenFd = -1;
+static std::string SocketPath;
+static ino_t SocketInode = 0;
+static uintptr_t NextClientId = 1;
+
+int RemoteClientCount() {
+    return int(Clients.size());
+}
+const char* RemoteSocketPath() {
+    return SocketPath.c_str();
+}
+
+static Client* FindClient(uintptr_t id) {
+    for (Client* c : Clients)
+        if (c->Id == id) return c;
+    return nullptr;
+}
+
+static void DropClient(Client* c) {
+    PlatformUnwatchFd(c->Fd);
+    close(c->Fd);
+    for (size_t i = 0; i < Clients.size(); i++)
+        if (Clients[i] == c) {
+            Clients.erase(Clients.begin() + long(i));
+            break;
+        }
+    std::free(c->Out);
+    delete c;
+}
+
+static void UpdateInterest(Client* c) {
+    bool read = !c->Closing && c->Outstanding < MaxOutstanding;
+    PlatformWatchFdEvents(c->Fd, read, c->OutLength > 0);
+}
+
+// Writes what the kernel takes; false when the client is gone (and has been dropped).
+static bool FlushOut(Client* c) {
+    while (c->OutLength > 0) {
+        ssize_t n = send(c->Fd, c->Out, c->OutLength, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n > 0) {
+            std::memmove(c->Out, c->Out + n, c->OutLength - size_t(n));
+            c->OutLength -= size_t(n);
+            continue;
+        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        DropClient(c);
+        return false;
+    }
+    if (c->Closing && c->OutLength == 0) {
+        DropClient(c);
+        return false;
+    }
+    UpdateInterest(c);
+    return true;
+}
+
+// Queues one frame; false when the client is gone. A client whose unread replies pass
+// the bound is dropped: it is not reading, and holding more would only grow.
+static bool SendFrame(Client* c, uint8_t kind, const void* body, size_t length) {
+    size_t need = c->OutLength + FrameHeader + length;
+    if (need > MaxPendingOut + FrameHeader + RemoteReplyMax) {
+        DropClient(c);
+        return false;
+    }
+    if (need > c->OutCapacity) {
+        auto* grown = static_cast<uint8_t*>(std::realloc(c->Out, need));
+        if (!grown) {
+            DropClient(c);
+            return false;
+        }
+        c->Out = grown;
+        c->OutCapacity = need;
+    }
+    uint8_t* p = c->Out + c->OutLength;
+    uint32_t count = uint32_t(length + 1);
+    for (int i = 0; i < 4; i++) p[i] = uint8_t(count >> (8 * i));
+    p[4] = kind;
+    if (length) std::memcpy(p + FrameHeader, body, length);
+    c->OutLength = need;
+    if (!FlushOut(c)) return false;
+    return c->OutLength <= MaxPendingOut || (DropClient(c), false);
+}
+
+static void Refuse(Client* c, const char* why) {
+    c->Closing = true;
+    SendFrame(c, REMOTE_REFUSED, why, std::strlen(why));
+}
+
+// ---- Reading frames -----------------------------------------------------------------------------------
+
+// False when the client was dropped on the way.
+static bool PostCommand(Client* c, uint8_t kind, const uint8_t* text, size_t length) {
+    char* copy = static_cast<char*>(std::malloc(length + 1));
+    if (!copy) {
+        uint8_t failed = 0;
+        return SendFrame(c, REMOTE_ACK, &failed, 1);
+    }
+    std::memcpy(copy, text, length);
+    copy[length] = 0;
+    NativeMsg m;
+    m.Message = kind == REMOTE_REQUEST ? WM_DDE_REQUEST : WM_DDE_EXECUTE;
+    m.WParam = c->Id;
+    m.Text = copy;
+    m.TextLength = length;
+    c->Outstanding++;
+    PlatformPost(m);
+    return true;
+}
+
+// Posts every whole frame in the buffer while the client may have more in flight; false
+// when the client was dropped or refused.
+static bool TakeFrames(Client* c) {
+    while (!c->Closing && c->Outstanding < MaxOutstanding && c->InLength >= 4) {
+        uint32_t count = uint32_t(c->In[0]) | uint32_t(c->In[1]) << 8 | uint32_t(c->In[2]) << 16 |
+                         uint32_t(c->In[3]) << 24;
+        if (count > 1 + RemoteTextMax) {
+            Refuse(c, "command text longer than 2047 bytes");
+            return false;
+        }
+        if (count == 0) {
+            Refuse(c, "empty message");
+            return false;
+        }
+        if (c->InLength < 4 + count) break;
+        uint8_t kind = c->In[4];
+        const uint8_t* text = c->In + FrameHeader;
+        size_t length = count - 1;
+        if (kind != REMOTE_REQUEST && kind != REMOTE_EXECUTE) {
+            Refuse(c, "unknown message kind");
+            return false;
+        }
+        if (std::memchr(text, 0, length)) {
+            Refuse(c, "command text holds a NUL byte");
+            return false;
+        }
+        if (!PostCommand(c, kind, text, length)) return false;
+        size_t used = 4 + count;
+        std::memmove(c->In, c->In + used, c->InLength - used);
+        c->InLength -= used;
+    }
+    return true;
+}
+
+static bool HungUp(int fd) {
+    pollfd p{fd, 0, 0};
+    return poll(&p, 1, 0) > 0 && (p.revents & (POLLHUP | POLLERR | POLLNVAL));
+}
+
+static void OnClientReady(int fd, void* user) {
+    Client* c = FindClient(uintptr_t(user));
+    if (!c) {
+        PlatformUnwatchFd(fd);
+        return;
+    }
+    if (c->OutLength > 0 && !FlushOut(c)) return;
+    bool reading = !c->Closing && c->Outstanding < MaxOutstanding;
+    if (!reading) {
+        // Not listening to it now; only notice that it has gone.
+        if (HungUp(c->Fd)) DropClient(c);
+        return;
+    }
+    for (;;) {
+        size_t room = sizeof c->In - c->InLength;
+        if (room == 0) break;
+        ssize_t n = recv(c->Fd, c->In + c->InLength, room, MSG_DONTWAIT);
+        if (n > 0) {
+            c->InLength += size_t(n);
+            if (!TakeFrames(c)) return;
+            if (c->Outstanding >= MaxOutstanding) break;
+            continue;
+        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        DropClient(c); // end of file, or an error: the client has gone
+        return;
+    }
+    UpdateInterest(c);
+}
+
+static void Answer(uintptr_t client, uint8_t kind, const void* body, size_t length) {
+    Client* c = FindClient(client);
+    if (!c) return; // gone in the meantime: nobody to tell
+    if (c->Outstanding > 0) c->Outstanding--;
+    if (!SendFrame(c, kind, body, length)) return;
+    // Frames held back while it had too many in flight can go now.
+    if (TakeFrames(c) && FindClient(client)) UpdateInterest(c);
+}
+
+void RemoteAck(uintptr_t client, int status) {
+    uint8_t byte = status ? 1 : 0;
+    Answer(client, REMOTE_ACK, &byte, 1);
+}
+
+void RemoteData(uintptr_t client, const char* text) {
+    if (!text) text = "";
+    Answer(client, REMOTE_DATA, text, strnlen(text, RemoteReplyMax - 1));
+}
+
+// ---- The listener --------------------------------------------------------------------------------------
+
+static void OnListenerReady(int, void*) {
+    for (;;) {
+        int fd = accept4(ListenFd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (fd < 0) {
+            if (errno == EINTR) continue;
+            return; // no more waiting, or out of descriptors for now
+        }
+        // The folder keeps other users out; the peer's credentials are the second lock.
+        if (!RemotePeerAllowed(fd, geteuid()) || Clients.size() >= MaxClients) {
+            close(fd);
+            continue;
+        }
+        Client* c = new (std::nothrow) Client{};
+        if (!c) {
+            close(fd);
+            continue;
+        }
+        c->Fd = fd;
+        c->Id = NextClientId++;
+        Clients.push_back(c);
+        PlatformWatchFd(fd, OnClientReady, reinterpret_cast<void*>(c->Id));
+    }
+}
+
+// ---- Open and close -------------------------------------------------------------------------------------
+
+static bool FillAddress(sockaddr_un* addr, const std::string& path) {
+    if (path.size() >= sizeof addr->sun_path) return false;
+    std::memset(addr, 0, sizeof *addr);
+    addr->sun_family = AF_UNIX;
+    std::memcpy(addr->sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
+
+// Whether an instance answers on this socket. A refused connection means a socket left
+// behind by one that died.
+static bool SocketIsLive(const sockaddr_un& addr) {
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) return true; // cannot tell: leave it alone
+    int r = connect(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof addr);
+    bool live = r == 0 || errno == EAGAIN || errno == EINPROGRESS;
+    close(fd);
+    return live;
+}
+
+static void Warn(const std::string& text) {
+    std::fprintf(stderr, "WARNING : remote commands: %s\n", text.c_str());
+}
+
+int RemoteOpen() {
+    if (ListenFd >= 0) return 1;
+    std::string why;
+    std::string folder = RemoteFolder(true, &why);
+    if (folder.empty()) {
+        Warn(why + "; the door stays closed");
+        return 0;
+    }
+    for (int instance = 1; instance <= RemoteMaxInstances; instance++) {
+        std::string path = folder + "/" + RemoteSocketName(instance);
+        sockaddr_un addr;
+        if (!FillAddress(&addr, path)) {
+            Warn(path + " is too long for a socket name");
+            return 0;
+        }
+        struct stat st;
+        if (lstat(path.c_str(), &st) == 0) {
+            // Anything but a socket is not ours to remove; a live socket is another instance.
+            if (!S_ISSOCK(st.st_mode) || SocketIsLive(addr)) continue;
+            unlink(path.c_str());
+        }
+        int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        if (fd < 0) {
+            Warn(std::string("no socket: ") + std::strerror(errno));
+            return 0;
+        }
+        if (bind(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof addr) != 0) {
+            int err = errno;
+            close(fd);
+            if (err == EADDRINUSE) continue; // another instance took it just now
+            Warn(path + ": " + std::strerror(err));
+            return 0;
+        }
+        if (listen(fd, 64) != 0 || lstat(path.c_str(), &st) != 0) {
+            Warn(path + ": " + std::strerror(errno));
+            close(fd);
+            unlink(path.c_str());
+            return 0;
+        }
+        ListenFd = fd;
+        SocketPath = path;
+        SocketInode = st.st_ino;
+        setenv("NEMU_SOCKET", path.c_str(), 1);
+        PlatformWatchFd(fd, OnListenerReady, nullptr);
+        return 1;
+    }
+    Warn("every socket name in " + folder + " is taken");
+    return 0;
+}
+
+void RemoteClose() {
+    while (!Clients.empty()) DropClient(Clients.back());
+    if (ListenFd < 0) return;
+    PlatformUnwatchFd(ListenFd);
+    close(ListenFd);
+    ListenFd = -1;
+    // Only the socket this instance made is removed, not one that replaced it since.
+    struct stat st;
+    if (lstat(SocketPath.c_str(), &st) == 0 && S_ISSOCK(st.st_mode) && st.st_ino == SocketInode)
+        unlink(SocketPath.c_str());
+    const char* env = std::getenv("NEMU_SOCKET");
+    if (env && SocketPath == env) unsetenv("NEMU_SOCKET");
+    SocketPath.clear();
+}
+
+} // namespace nemu

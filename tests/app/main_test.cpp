@@ -1,0 +1,113 @@
+// The program as a user starts it: command line, batch mode and exit status.
+#include "support/temp_files.h"
+
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+struct ProgramRun {
+    int Status;
+    std::string Output;
+};
+
+// Runs the program with the test's own folders and no display.
+ProgramRun Nemu(const std::string& args, const std::string& env = "") {
+    std::string command = "env -u DISPLAY " + env + " " NEMU_BINARY_DIR "/nemu " + args + " 2>/dev/null";
+    FILE* p = popen(command.c_str(), "r");
+    ProgramRun r{-1, ""};
+    if (!p) return r;
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.Output.append(buf, n);
+    int st = pclose(p);
+    r.Status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
+    return r;
+}
+
+std::vector<std::string> Entries(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d))
+            if (e->d_name[0] != '.') names.push_back(e->d_name);
+        closedir(d);
+    }
+    return names;
+}
+
+} // namespace
+
+TEST(Program, HeadlessRunWithNothingToDoEndsCleanly) {
+    ProgramRun r = Nemu("--headless --size 320x200");
+    EXPECT_EQ(r.Status, 0);
+    // Nothing left behind: no temporary files, no socket.
+    EXPECT_TRUE(Entries(std::string(std::getenv("XDG_CACHE_HOME")) + "/nemu").empty());
+    EXPECT_TRUE(Entries(std::string(std::getenv("XDG_RUNTIME_DIR")) + "/nemu").empty());
+    EXPECT_EQ(Entries(std::string(std::getenv("XDG_CONFIG_HOME")) + "/nemu"),
+              std::vector<std::string>{"Nemu.INI"});
+}
+
+TEST(Program, BatchCommandsPrintOneReplyALine) {
+    ProgramRun r = Nemu("--headless -c '[om_nop] [om_getwidth]'");
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "[][640]\n");
+    r = Nemu("--size 33x44 -c om_getwidth -c '[om_getheight]'");
+    EXPECT_EQ(r.Output, "33\n[44]\n");
+    EXPECT_EQ(r.Status, 0);
+}
+
+TEST(Program, UnknownCommandOrErrorGivesStatus2) {
+    ProgramRun r = Nemu("--headless -c om_nosuchthing -c '[om_getwidth]'");
+    EXPECT_EQ(r.Status, 2);
+    EXPECT_EQ(r.Output, "\n[640]\n"); // the later command still runs
+    r = Nemu("--headless -c 'om_loadimage'");
+    EXPECT_EQ(r.Status, 2);
+}
+
+TEST(Program, ScriptFileSkipsBlankAndCommentLines) {
+    std::string script = TempPath("batch.txt");
+    WriteFile(script, "# a comment\n\n  [om_getwidth]  \r\n   # indented comment\nom_getheight");
+    ProgramRun r = Nemu("--headless --size 7x9 --script " + script);
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "[7]\n9\n");
+    EXPECT_EQ(Nemu("--headless --script " + TempPath("missing.txt")).Status, 1);
+}
+
+TEST(Program, BadCommandLinesAndHugePagesFailWithStatus1) {
+    EXPECT_EQ(Nemu("--bogus").Status, 1);
+    EXPECT_EQ(Nemu("--size 0x10").Status, 1);
+    EXPECT_EQ(Nemu("--size 10").Status, 1);
+    EXPECT_EQ(Nemu("--size").Status, 1);
+    // Far more than the machine holds: refused with the out-of-memory message.
+    EXPECT_EQ(Nemu("--headless --size 65535x65535 -c om_getwidth", "ASAN_OPTIONS=allocator_may_return_null=1")
+                  .Status,
+              1);
+}
+
+TEST(Program, BinaryMachineFileGivesTheDefaults) {
+    std::string dir = std::string(std::getenv("XDG_CONFIG_HOME")) + "/nemu";
+    mkdir(dir.c_str(), 0700);
+    WriteFile(dir + "/Nemu.INI", std::string("\x00\xff\xfe\x01[STARTUP\nBORDER=banana\n\x00", 25));
+    ProgramRun r = Nemu("--headless -c om_getwidth");
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "640\n");
+}
+
+TEST(Program, WithoutAWindowItFallsBackToHeadless) {
+    // A display that cannot be opened: the run goes on headless, and stdout stays clean.
+    ProgramRun r =
+        Nemu("--size 12x8 -c '[om_getwidth]' some-file.png", "DISPLAY=nemu-test-no-such-display:99");
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "[12]\n");
+}
+
+TEST(Program, HelpDocumentsEveryOption) {
+    ProgramRun r = Nemu("--help");
+    EXPECT_EQ(r.Status, 0);
+    for (const char* option : {"--headless", "--size", "-c TEXT", "--script", "--help", "--serve", "files"})
+        EXPECT_NE(r.Output.find(option), std::string::npos) << option;
+}
