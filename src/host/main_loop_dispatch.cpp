@@ -4,6 +4,7 @@
 // Sections: remote commands and pictures; DispatchInput; UpdatePointerState;
 // DispatchTool; SpeedPressure; hooks and input locks.
 #include "host/input.h"
+#include "host/platform.h"
 #include "host/main_loop.h"
 #include "host/screen.h"
 #include "paint/colour.h"
@@ -43,7 +44,7 @@ static void TakePicture(Bitmap* picture) {
 static void TakeDrop(char* names) {
     if (!names) return;
     for (const char* name = names; *name; name += std::strlen(name) + 1)
-        std::fprintf(stderr, "WARNING : %s: no file format can open it yet\n", name);
+        Warning("%s: no file format can open it yet", name);
     std::free(names);
 }
 

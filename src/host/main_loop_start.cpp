@@ -3,6 +3,7 @@
 //
 // Sections: places; ProgramStart; page buffers; AppStart and AppMain; Cleanup.
 #include "host/input.h"
+#include "host/platform.h"
 #include "host/main_loop.h"
 #include "host/remote.h"
 #include "host/screen.h"
@@ -237,7 +238,7 @@ int AppStart() {
     if (StartBackend == BACKEND_HEADLESS) HeadlessScreenSize(&sw, &sh);
     bool open = PlatformOpen(StartBackend, sw, sh);
     if (!open && StartBackend != BACKEND_HEADLESS) {
-        std::fprintf(stderr, "WARNING : no window could be opened; running headless\n");
+        Warning("no window could be opened; running headless");
         StartBackend = BACKEND_HEADLESS;
         HeadlessScreenSize(&sw, &sh);
         open = PlatformOpen(StartBackend, sw, sh);
@@ -272,7 +273,7 @@ int AppStart() {
     // Until the file formats can identify the start files, the page comes from the
     // command line's size (the page-size chooser's part).
     if (!StartFiles.empty())
-        std::fprintf(stderr, "WARNING : cannot open %s: no file format is available yet\n",
+        Warning("cannot open %s: no file format is available yet",
                      StartFiles.c_str());
     if (*LastConfig) LoadProfile(LastConfig);
     if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);

@@ -4,6 +4,7 @@
 #include "host/platform_ops.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -300,6 +301,16 @@ int PlatformClipboardSetText(const char* text) { return Ops ? Ops->ClipboardSetT
 char* PlatformClipboardGetText() { return Ops ? Ops->ClipboardGetText() : nullptr; }
 int PlatformClipboardSetImage(const Bitmap* bitmap) { return Ops ? Ops->ClipboardSetImage(bitmap) : 0; }
 Bitmap* PlatformClipboardGetImage() { return Ops ? Ops->ClipboardGetImage() : nullptr; }
+
+void Warning(const char* format, ...) {
+    char text[1024];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    std::fprintf(stderr, "WARNING : %s\n", text);
+    std::fflush(stderr);
+}
 
 void PlatformMessageBox(const char* text, const char* caption) {
     std::fprintf(stderr, "%s: %s\n", caption ? caption : "Nemu", text ? text : "");

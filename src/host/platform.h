@@ -163,6 +163,9 @@ Bitmap* PlatformClipboardGetImage();
 // A message box that needs none of the program's own windows: on X11 it is shown on the
 // terminal, in batch mode on standard error.
 void PlatformMessageBox(const char* text, const char* caption);
+// A console warning, "WARNING : " and the formatted text on one line. It goes to standard
+// error, so that standard output carries only what batch runs print as replies.
+void Warning(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // A two-answer box of last resort; returns 1 for the first answer. Without anyone to ask
 // (headless) it returns the second, the cautious one.
 int PlatformAsk(const char* text, const char* first, const char* second);

@@ -379,7 +379,7 @@ static bool SocketIsLive(const sockaddr_un& addr) {
 }
 
 static void Warn(const std::string& text) {
-    std::fprintf(stderr, "WARNING : remote commands: %s\n", text.c_str());
+    Warning("remote commands: %s", text.c_str());
 }
 
 int RemoteOpen() {

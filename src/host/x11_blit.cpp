@@ -7,6 +7,7 @@
 //
 // Sections: pixel layouts; shared image; blit.
 #include "host/x11_platform.h"
+#include "host/platform.h"
 
 #include "store/bitmap.h"
 
@@ -109,7 +110,7 @@ static void WaitForServer() {
         int left = int((deadline - PlatformSeconds()) * 1000.0);
         if (left <= 0) {
             // The server will not say; it has surely read the rows by now.
-            std::printf("WARNING : no completion from the X server for a shared image\n");
+            Warning("no completion from the X server for a shared image");
             B.Outstanding = 0;
             break;
         }
@@ -175,7 +176,7 @@ static bool SharedImageReady() {
         XDestroyImage(image);
         B.Segment = {};
         B.ShmUsable = false;
-        std::printf("WARNING : no shared memory with the X server, drawing through plain requests\n");
+        Warning("no shared memory with the X server, drawing through plain requests");
         return false;
     }
     B.Image = image;
@@ -191,7 +192,7 @@ bool X11OpenBlit() {
     B.Layout = LayoutOf(probe);
     XDestroyImage(probe);
     if (!LayoutSupported(B.Layout)) {
-        std::printf("WARNING : the X visual has %d bits a pixel, which cannot be drawn\n",
+        Warning("the X visual has %d bits a pixel, which cannot be drawn",
                     B.Layout.BitsPerPixel);
         return false;
     }

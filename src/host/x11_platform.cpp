@@ -3,6 +3,7 @@
 //
 // Sections: errors; queue; open and close; peek and wait; table.
 #include "host/x11_platform.h"
+#include "host/platform.h"
 
 #include "host/platform_ops.h"
 
@@ -70,7 +71,7 @@ static int OnXError(Display*, XErrorEvent* error) {
         if (!X11.TrappedError) X11.TrappedError = error->error_code;
         return 0;
     }
-    std::printf("WARNING : X error %d from request %d.%d\n", error->error_code, error->request_code,
+    Warning("X error %d from request %d.%d", error->error_code, error->request_code,
                 error->minor_code);
     return 0;
 }
@@ -183,7 +184,7 @@ static int Open(int width, int height) {
     if (X11.Dpy) return 1;
     Display* d = XOpenDisplay(nullptr);
     if (!d) {
-        std::printf("WARNING : cannot open the X display %s\n",
+        Warning("cannot open the X display %s",
                     std::getenv("DISPLAY") ? std::getenv("DISPLAY") : "(unset)");
         return 0;
     }
@@ -197,7 +198,7 @@ static int Open(int width, int height) {
     X11.ScreenHeight = DisplayHeight(d, X11.ScreenNumber);
     XInternAtoms(d, const_cast<char**>(AtomNames), A_COUNT, False, X11.Atoms);
     if (!ChooseVisual()) {
-        std::printf("WARNING : the X display has no true-colour visual\n");
+        Warning("the X display has no true-colour visual");
         Close();
         return 0;
     }

@@ -1,5 +1,6 @@
 // The dispatcher and the reply rules of the command host.
 #include "script/command_host.h"
+#include "host/platform.h"
 
 #include <algorithm>
 #include <cctype>
@@ -34,7 +35,7 @@ static void BuildIndex() {
     };
     for (size_t i = 1; i < SortedRows.size(); i++)
         if (same(SortedRows[i - 1], SortedRows[i]))
-            std::printf("WARNING : script command %s is defined twice\n", SortedRows[i]->Name);
+            Warning("script command %s is defined twice", SortedRows[i]->Name);
     SortedRows.erase(std::unique(SortedRows.begin(), SortedRows.end(), same), SortedRows.end());
 }
 

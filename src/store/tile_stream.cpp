@@ -4,6 +4,7 @@
 // before) goes out as links. All counters are big-endian 32-bit words.
 // Sections: words, writing, reading.
 #include "store/bitmap.h"
+#include "host/platform.h"
 #include "store/cache_file.h"
 #include "store/tile_pack.h"
 #include "store/tile_store.h"
@@ -175,14 +176,14 @@ static int64_t MaxTilesBody(const Clip* clip) {
 static int ReadLinkForm(Clip* clip, int position, FILE* file) {
     uint8_t words[8];
     if (std::fread(words, 1, 8, file) != 8) {
-        std::printf("WARNING : image link cut short\n");
+        Warning("image link cut short");
         return -1;
     }
     Input in{words, words + 8, false};
     uint32_t number = in.Word();
     ClipImage* source = number < uint32_t(position) ? FindImage(clip, int(number)) : nullptr;
     if (!source) {
-        std::printf("probleme DuplicateTileLink\n");
+        std::fprintf(stderr, "probleme DuplicateTileLink\n");
         return -1;
     }
     ClipImage* copy = InsertEmptyImage(clip, position - 1);
@@ -219,7 +220,7 @@ static Tile* ReadPackedTile(const Clip* clip, TileLink* link, int32_t i, const u
     int x, y, w, h;
     TileRect(clip->Width, clip->Height, i, &x, &y, &w, &h);
     if (!CheckRect(code, size, w, h)) {
-        std::printf("WARNING : damaged tile %d\n", int(i));
+        Warning("damaged tile %d", int(i));
         return nullptr;
     }
     Tile* before = i > 0 ? link->Tiles[i - 1] : nullptr;
@@ -246,7 +247,7 @@ static Tile* ReadLinkedTile(Clip* clip, int position, TileLink* link, int32_t i,
     }
     Tile* tile = holder && place < uint32_t(holder->NumTile) ? holder->Tiles[place] : nullptr;
     if (!tile) {
-        std::printf("probleme DuplicateTileLink\n");
+        std::fprintf(stderr, "probleme DuplicateTileLink\n");
         return nullptr;
     }
     tile->RefCount++;
@@ -259,12 +260,12 @@ static int ReadTiles(Clip* clip, int position, ClipImage* image, Input& in) {
     image->Link = link;
     image->Flags = ImageStored;
     if (!ReadBaseBlock(in, link)) {
-        std::printf("WARNING : damaged base picture\n");
+        Warning("damaged base picture");
         return 0;
     }
     uint32_t count = in.Word();
     if (in.Failed || count != uint32_t(link->NumTile)) {
-        std::printf("numtile != i->Link->NumTile\n");
+        std::fprintf(stderr, "numtile != i->Link->NumTile\n");
         return 0;
     }
     for (int32_t i = 0; i < link->NumTile; i++) {
@@ -277,7 +278,7 @@ static int ReadTiles(Clip* clip, int position, ClipImage* image, Input& in) {
             link->Tiles[i] = in.Failed ? nullptr : ReadLinkedTile(clip, position, link, i, kind, place);
         }
         if (!link->Tiles[i]) {
-            if (in.Failed) std::printf("WARNING : image body cut short\n");
+            if (in.Failed) Warning("image body cut short");
             return 0;
         }
     }
@@ -288,7 +289,7 @@ int ClipReadStream(Clip* clip, int index, FILE* file, int64_t size) {
     if (!file) return -1;
     uint8_t tagBytes[4];
     if (std::fread(tagBytes, 1, 4, file) != 4) {
-        std::printf("WARNING : image body cut short\n");
+        Warning("image body cut short");
         return -1;
     }
     Input tagIn{tagBytes, tagBytes + 4, false};
@@ -301,7 +302,7 @@ int ClipReadStream(Clip* clip, int index, FILE* file, int64_t size) {
         return 0;
     }
     if (size < 4 || size > MaxTilesBody(clip)) {
-        std::printf("WARNING : image body of impossible size %lld\n", (long long)size);
+        Warning("image body of impossible size %lld", (long long)size);
         return -1;
     }
     size_t bodySize = size_t(size - 4);
@@ -311,7 +312,7 @@ int ClipReadStream(Clip* clip, int index, FILE* file, int64_t size) {
         return -1;
     }
     if (std::fread(body, 1, bodySize, file) != bodySize) {
-        std::printf("WARNING : image body cut short\n");
+        Warning("image body cut short");
         return -1;
     }
     ClipImage* image = InsertEmptyImage(clip, position - 1);

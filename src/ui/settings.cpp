@@ -1,6 +1,7 @@
 // The settings store. One parser and one writer serve the current profile and every
 // other settings file, Nemu.INI included.
 #include "ui/settings.h"
+#include "host/platform.h"
 
 #include "host/main_loop.h"
 
@@ -124,7 +125,7 @@ void ParseConfigStream(ConfigFile* file, FILE* stream) {
     while (std::fgets(line, sizeof line, stream)) {
         if (!parser.Line(line)) return;
         if (std::ftell(stream) > long(MaxConfigBytes)) {
-            std::printf("WARNING : %s is larger than %zu bytes; the rest is not read\n", file->Path.c_str(),
+            Warning("%s is larger than %zu bytes; the rest is not read", file->Path.c_str(),
                         MaxConfigBytes);
             return;
         }

@@ -188,19 +188,19 @@ TEST_F(TileStreamTest, DamagedStreamsFailCleanly) {
     for (const Case& k : cases) {
         SCOPED_TRACE(k.Name);
         Rewrite(k.Body);
-        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
         EXPECT_EQ(back->Ops.ReadStream(back, 0, File, long(k.Body.size())), -1);
-        EXPECT_NE(testing::internal::GetCapturedStdout().find(k.Printed), std::string::npos);
+        EXPECT_NE(testing::internal::GetCapturedStderr().find(k.Printed), std::string::npos);
         EXPECT_EQ(back->ImageCount, 0);
         EXPECT_EQ(CheckInvariant(Clips), "");
     }
     // A size larger than what the file holds, and one beyond any body of this clip.
     std::vector<long> sizes = WriteAll(c);
-    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     EXPECT_EQ(back->Ops.ReadStream(back, 0, File, sizes[0] + 100), -1);
     std::rewind(File);
     EXPECT_EQ(back->Ops.ReadStream(back, 0, File, 1L << 40), -1);
-    testing::internal::GetCapturedStdout();
+    testing::internal::GetCapturedStderr();
     EXPECT_EQ(back->ImageCount, 0);
     // Older tags are left to the caller, with the file back at the tag.
     std::vector<uint8_t> old;
@@ -227,11 +227,11 @@ TEST_F(TileStreamTest, RandomDamageNeverBreaksTheStore) {
         std::vector<uint8_t> bad = good;
         for (int i = int(rng() % 4) + 1; i > 0; i--) bad[rng() % bad.size()] ^= uint8_t(1 + rng() % 255);
         Rewrite(bad);
-        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
         int first = back->Ops.ReadStream(back, 0, File, sizes[0]);
         std::fseek(File, sizes[0], SEEK_SET);
         int second = first == 1 ? back->Ops.ReadStream(back, 1, File, sizes[1]) : -1;
-        testing::internal::GetCapturedStdout();
+        testing::internal::GetCapturedStderr();
         EXPECT_TRUE(first == 1 || first == -1 || first == 0);
         EXPECT_EQ(back->ImageCount, (first == 1) + (second == 1));
         for (int i = 0; i < back->ImageCount; i++) back->Ops.ReadImage(back, out, i);

@@ -130,9 +130,9 @@ TEST_F(SettingsTest, HugeFilesStopAtTheLimitAndManyKeysStayFast) {
         std::fputs("last=1\n", f);
         std::fclose(f);
     }
-    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     LoadConfig(path.c_str());
-    std::string out = testing::internal::GetCapturedStdout();
+    std::string out = testing::internal::GetCapturedStderr();
     EXPECT_EQ(Get("A", "first"), "1");
     EXPECT_EQ(Get("A", "last"), "<default>");
     EXPECT_NE(out.find("WARNING : "), std::string::npos);
