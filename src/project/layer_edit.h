@@ -43,7 +43,9 @@ int MakeAnim(int32_t index, int quiet);
 int EnsureAnim(int32_t index);
 int MergeLayerInto(int32_t index);
 int MergeLayerById(uint32_t id);
+// Asks first; MergeDisplayNow is the work once the user said yes. Not undoable.
 int MergeDisplay();
+int MergeDisplayNow();
 // A layer's new range, as a drag of its ends gives it; resample stretches a clip's images
 // over the new length instead of adding or cutting images.
 int SetLayerRange(int32_t index, int32_t first, int32_t last, int resample);

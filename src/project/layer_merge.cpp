@@ -204,6 +204,11 @@ int MergeLayerById(uint32_t id) {
 int MergeDisplay() {
     if (!ShowAllLayers || LayerCount < 2 || !Layers) return 0;
     if (!AskYesNo(MsgGet(nullptr, 8111), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002))) return 0;
+    return MergeDisplayNow();
+}
+
+int MergeDisplayNow() {
+    if (!ShowAllLayers || LayerCount < 2 || !Layers) return 0;
     int32_t first = INT32_MAX, last = -1;
     bool animation = false;
     for (int32_t i = 0; i < LayerCount; i++) {
