@@ -198,8 +198,14 @@ void RefreshUndoPage() {
 // ---- Flush ----------------------------------------------------------------------------------------------
 
 int FlushPage() {
-    Layer* layer = GetLayer(CurrentLayer);
-    if (!layer || !Page) return 0;
+    if (!Page || !GetLayer(CurrentLayer)) return 0;
+    // The page goes back to the layer it was loaded from, wherever the stack has put it.
+    Layer* layer = PageLayerId ? FindLayerById(PageLayerId) : GetLayer(CurrentLayer);
+    if (!layer) {
+        // That layer is gone, and what the page showed went with it.
+        StoredSerial = PageVersion;
+        return 1;
+    }
     if (StoredSerial == PageVersion) {
         layer->Stamp = ClipClock();
         return 1;
@@ -240,7 +246,7 @@ static void LoadPageFrom(Layer* layer) {
 Layer* SelectLayerImage(int32_t layerIndex, int32_t image, int quiet) {
     Layer* target = GetLayer(layerIndex);
     if (!target || !Page) return nullptr;
-    if (layerIndex != CurrentLayer) {
+    if (layerIndex != CurrentLayer || target->Id != PageLayerId) {
         SelectionLength = 0;
         NotifyView(EventSelectionCleared);
     }
@@ -253,6 +259,7 @@ Layer* SelectLayerImage(int32_t layerIndex, int32_t image, int quiet) {
     NotifyView(EventImageCounter, CurrentImage);
     if (!quiet) NotifyView(EventLayerList);
     LoadPageFrom(layer);
+    PageLayerId = layer->Id;
     SetCurrentDensity(layer->Density);
     RefreshUndoPage();
     StoredSerial = PageVersion;

@@ -38,6 +38,7 @@ uint32_t NextLayerId = 1;
 char ProjectName[1024] = "";
 uint32_t ImageChangeCount = 0;
 uint32_t PluginImageCount = 0;
+uint32_t PageLayerId = 0;
 void (*ProjectViewHook)(ProjectEvent event, int32_t value) = nullptr;
 int (*AskTextHook)(uint32_t message, char* buffer, int size) = nullptr;
 
@@ -257,6 +258,7 @@ int InitLayers() {
     }
     LayerCount = 1;
     StoredSerial = PageVersion;
+    PageLayerId = Layers[0].Id;
     MixerB = Page;
     OnionCompose = ComposeWithMixer;
     return 1;
@@ -268,6 +270,7 @@ void FreeLayers() {
     Layers = nullptr;
     LayerCount = LayerCapacity = 0;
     CurrentLayer = CurrentImage = 0;
+    PageLayerId = 0;
     DeleteVideoLayer();
     ClearLayerUndo();
     FreeLayerClipboard();
@@ -312,6 +315,7 @@ int ResetProject(const char* name, int quiet, int keepNothing) {
     DeleteVideoLayer();
     CurrentImage = 0;
     StoredSerial = PageVersion;
+    PageLayerId = first->Id;
     NotifyView(EventTimeline);
     NotifyView(EventLayerList);
     SetShowAllLayers(true);

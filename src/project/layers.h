@@ -62,6 +62,7 @@ extern uint32_t NextLayerId;      // never reset while the program runs
 extern char ProjectName[1024];    // for the title bar and om_getprojectname
 extern uint32_t ImageChangeCount; // bumped by each image change, for the preview
 extern uint32_t PluginImageCount; // the same, for the plug-in side
+extern uint32_t PageLayerId;      // the layer whose image the page holds; a flush goes there
 
 // Views of the model that panels keep (layer list, time line, gadgets) learn of changes
 // through this hook, which the time-line window installs; until then changes are only
