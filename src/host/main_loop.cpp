@@ -9,6 +9,7 @@
 #include "host/input.h"
 #include "host/platform.h"
 #include "store/bitmap.h"
+#include "store/cache_file.h"
 #include "ui/window.h"
 
 namespace nemu {
@@ -128,6 +129,21 @@ static bool RunIdleRows() {
     return false;
 }
 
+// Writes the cache behind in slices of 0.05 s, with a drain before each, so that a press
+// is never kept waiting longer than one slice. Returns the score of a drain that ended it.
+static int WriteBehind() {
+    double slice = PlatformSeconds();
+    for (;;) {
+        int score = Drain(1);
+        if (score != 0) return score;
+        bool more = true;
+        while ((more = CacheWriteStep() != 0) && PlatformSeconds() - slice < 0.05) {
+        }
+        if (PlatformSeconds() - slice >= 0.05) slice = PlatformSeconds();
+        if (!more) return 0;
+    }
+}
+
 // The wait while nothing happens: wakes every 20 ms to do idle work in small slices.
 // Returns the score of the drain that ended it.
 static int IdleWait() {
@@ -142,6 +158,10 @@ static int IdleWait() {
         if (waited >= 0.5 && RunIdleRows()) {
             score = 2;
             break;
+        }
+        if (waited >= 0.51 && CacheWriteStep()) {
+            score = WriteBehind();
+            if (score != 0) break;
         }
         score = Drain(1);
         if (score != 0 || QuitFlag) break;
@@ -201,6 +221,7 @@ void MainLoopPrologue() {
     DrainInput();
     // Opening the start files, the start script and the plug-in notice join here with
     // the file formats, the script host and the plug-ins.
+    TrimCache();
     if (AfterStartHook) AfterStartHook();
 }
 

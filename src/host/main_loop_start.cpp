@@ -11,6 +11,7 @@
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
 #include "store/bitmap.h"
+#include "store/cache_file.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
@@ -284,6 +285,10 @@ int AppStart() {
     if (strncasecmp(full, "on", 2) == 0) PlatformSetFullScreen(true);
     DrainInput();
     ReadMainSettings();
+    if (!OpenCache()) {
+        Cleanup();
+        return 1;
+    }
     RemoteOpen(); // without it the program works on; it has said why on stderr
 
     APen = 0xFFFF0000;
@@ -345,6 +350,7 @@ void Cleanup() {
     WetBuffer = ScratchList = nullptr;
     ScreenClose();
     PlatformClose();
+    CloseCache();
 }
 
 } // namespace nemu

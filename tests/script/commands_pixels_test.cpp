@@ -1,6 +1,7 @@
 // om_writepixel, om_getpixel and om_getpixeldisplay.
 #include "host/main_loop.h"
 #include "host/platform.h"
+#include "host/screen.h"
 #include "script/command_host.h"
 #include "store/bitmap.h"
 
@@ -23,6 +24,7 @@ struct PixelCommandsTest : ::testing::Test {
     void TearDown() override {
         FreeBitmap(Page);
         Page = nullptr;
+        ScreenClose();
         PlatformClose();
     }
 };
@@ -60,10 +62,12 @@ TEST_F(PixelCommandsTest, OutsideThePageNothingIsWrittenAndZeroIsRead) {
 
 TEST_F(PixelCommandsTest, DisplayPixelIsWhatTheScreenShowsAtThatPagePosition) {
     ASSERT_EQ(PlatformOpen(BACKEND_HEADLESS, 40, 30), 1);
+    ASSERT_EQ(ScreenOpen(), 1);
     // A page not placed shows nowhere.
     RunScript("om_writepixel 1 2 10 20 30 255");
     EXPECT_EQ(RunScript("om_getpixeldisplay 1 2"), "0 0 0 0");
     PageX = 10;
+    PageNotReady = 0; // as after start-up, so a full redraw shows the page
     PageY = 5;
     RunScript("om_writepixel 1 2 10 20 30 255");
     EXPECT_EQ(RunScript("om_getpixeldisplay 1 2"), "10 20 30 255");

@@ -1,4 +1,5 @@
 #include "host/main_loop.h"
+#include "host/screen.h"
 #include "script/command_host.h"
 #include "script/screen_seam.h"
 #include "ui/catalog.h"
@@ -64,28 +65,28 @@ TEST_F(ProgramCommandsTest, UserStringsReadTheirDefaultAndAreCut) {
 TEST_F(ProgramCommandsTest, UserLockFreezesThePointerShapeWithoutCount) {
     ShowPointerShape(0);
     RunScript("om_lockuser");
-    EXPECT_EQ(ShownPointerShape, 2);
+    EXPECT_EQ(PointerShape, 2);
     EXPECT_EQ(ShowPointerShape(1), 2) << "changes are refused while locked";
-    EXPECT_EQ(ShownPointerShape, 2);
+    EXPECT_EQ(PointerShape, 2);
     RunScript("[om_lockuser] [om_lockuser]");
     RunScript("om_unlockuser");
-    EXPECT_EQ(ShownPointerShape, 0);
+    EXPECT_EQ(PointerShape, 0);
     EXPECT_EQ(UserLocked, 0);
     RunScript("om_unlockuser");
-    EXPECT_EQ(ShownPointerShape, 0);
+    EXPECT_EQ(PointerShape, 0);
 }
 
 TEST_F(ProgramCommandsTest, MouseLockIsCountedAndTheLastUnlockRestores) {
     ShowPointerShape(1);
     RunScript("[om_lockmouse 5] [om_lockmouse 6]");
-    EXPECT_EQ(ShownPointerShape, 5);
+    EXPECT_EQ(PointerShape, 5);
     RunScript("om_unlockmouse");
-    EXPECT_EQ(ShownPointerShape, 5);
+    EXPECT_EQ(PointerShape, 5);
     RunScript("om_unlockmouse");
-    EXPECT_EQ(ShownPointerShape, 1);
+    EXPECT_EQ(PointerShape, 1);
     RunScript("[om_unlockmouse] [om_lockmouse 7]");
     EXPECT_EQ(MouseLockCount, 1) << "an unlock too many must not count below zero";
-    EXPECT_EQ(ShownPointerShape, 7);
+    EXPECT_EQ(PointerShape, 7);
 }
 
 TEST_F(ProgramCommandsTest, DisplayLockShowsItsNoteOrTheDefault) {
@@ -104,10 +105,10 @@ TEST_F(ProgramCommandsTest, DisplayLockShowsItsNoteOrTheDefault) {
 TEST_F(ProgramCommandsTest, EndingAScriptReleasesNoteThenUserThenMouse) {
     ShowPointerShape(0);
     RunScript("[om_lockmouse 5] [om_lockmouse 5] [om_lockuser] [om_lockdisplay busy]");
-    EXPECT_EQ(ShownPointerShape, 2);
+    EXPECT_EQ(PointerShape, 2);
     EndScriptLocks();
     // The user lock gives back the mouse lock's shape, and the mouse lock the first one.
-    EXPECT_EQ(ShownPointerShape, 0);
+    EXPECT_EQ(PointerShape, 0);
     EXPECT_EQ(MouseLockCount, 0);
     EXPECT_EQ(UserLocked, 0);
     EXPECT_EQ(DisplayLocked, 0);
