@@ -10,6 +10,9 @@
 #include "host/tablet.h"
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
+#include "project/compose.h"
+#include "project/layers.h"
+#include "project/mixer.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
 #include "ui/catalog.h"
@@ -278,6 +281,7 @@ int AppStart() {
                      StartFiles.c_str());
     if (*LastConfig) LoadProfile(LastConfig);
     if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);
+    if (!InitLayers()) return FailStart(1000); // the layer table, once the page has its size
 
     PageNotReady = 0;
     char full[16];
@@ -292,6 +296,7 @@ int AppStart() {
     RemoteOpen(); // without it the program works on; it has said why on stderr
 
     APen = 0xFFFF0000;
+    SetLayerMode();
     SetPointerShape(2);
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
@@ -340,6 +345,8 @@ void Cleanup() {
         HeldFlag = 0;
     }
     RemoteClose();
+    FreeLayers(); // the project and its table, before the pixel buffers and the cache
+    DropMixer();
     if (Page && Page != PageBase) FreeBitmap(Page);
     FreeBitmap(PageBase);
     FreeBitmap(BackPage);

@@ -32,6 +32,10 @@ void SetShowAllLayers(bool on) {
     Redisplay();
 }
 
+void SetLayerMode() {
+    SetShowAllLayers(true);
+}
+
 void DisplayAllLayer() {
     SetShowAllLayers(!ShowAllLayers);
 }

@@ -58,6 +58,8 @@ void RebuildMix(bool show);
 // RebuildMix and the screen: what every selection ends with.
 void Redisplay();
 void SetShowAllLayers(bool on);
+// The start of the program's layer display: every layer shown, the mixer filled.
+void SetLayerMode();
 void DisplayAllLayer(); // toggles
 void LayerTogglePelureMode();
 // The onion images of a layer around image t over buffer; *drawn says whether the buffer
