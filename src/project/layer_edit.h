@@ -37,8 +37,9 @@ void MoveLayerCommand(int32_t to);
 // name null: asked of the user. 1 when the name changed.
 int RenameLayer(int32_t index, const char* name);
 int RenameLayerById(uint32_t id, const char* name);
-// Returns the former percentage.
+// Returns the former percentage (-1 for an unknown id).
 int32_t SetLayerDensity(int32_t percent);
+int32_t SetLayerDensityById(uint32_t id, int32_t percent);
 int MakeAnim(int32_t index, int quiet);
 int EnsureAnim(int32_t index);
 int MergeLayerInto(int32_t index);
@@ -50,6 +51,9 @@ int MergeDisplayNow();
 // over the new length instead of adding or cutting images.
 int SetLayerRange(int32_t index, int32_t first, int32_t last, int resample);
 int StretchLayer(uint32_t id, int fromEnd, int32_t delta, int mode);
+// The onion images a layer shows, each count -7..7 (a negative one looks the other way);
+// the onion is on while either count is not 0. 0 for an unknown id.
+int SetLayerOnion(uint32_t id, int32_t before, int32_t after);
 int ShiftLayer(uint32_t id, int32_t firstImage);
 
 // ---- Images -----------------------------------------------------------------------------------------

@@ -211,12 +211,16 @@ int RenameLayerById(uint32_t id, const char* name) {
 }
 
 int32_t SetLayerDensity(int32_t percent) {
-    Layer* layer = GetLayer(CurrentLayer);
-    if (!layer) return 0;
+    return SetLayerDensityById(GetLayer(CurrentLayer) ? Layers[CurrentLayer].Id : 0, percent);
+}
+
+int32_t SetLayerDensityById(uint32_t id, int32_t percent) {
+    Layer* layer = FindLayerById(id);
+    if (!layer) return -1;
     int64_t density = (int64_t(std::clamp(percent, -1000, 1000)) * 255 + 50) / 100;
     int32_t former = (layer->Density * 100 + 127) / 255;
     layer->Density = int32_t(std::clamp<int64_t>(density, 0, 255));
-    SetCurrentDensity(layer->Density);
+    if (layer == &Layers[CurrentLayer]) SetCurrentDensity(layer->Density);
     ChangeCounter++;
     Redisplay();
     return former;
@@ -342,6 +346,20 @@ int StretchLayer(uint32_t id, int fromEnd, int32_t delta, int mode) {
     else
         first = std::clamp<int64_t>(first + delta, 0, last);
     return SetLayerRange(index, ClampImage(first), ClampImage(last), mode);
+}
+
+int SetLayerOnion(uint32_t id, int32_t before, int32_t after) {
+    Layer* layer = FindLayerById(id);
+    if (!layer) return 0;
+    layer->PelureBefore = std::clamp(before, -7, 7);
+    layer->PelureAfter = std::clamp(after, -7, 7);
+    if (layer->PelureBefore || layer->PelureAfter)
+        layer->Flags |= LayerPelure;
+    else
+        layer->Flags &= ~LayerPelure;
+    ChangeCounter++;
+    Redisplay();
+    return 1;
 }
 
 int ShiftLayer(uint32_t id, int32_t firstImage) {

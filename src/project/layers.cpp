@@ -170,8 +170,12 @@ Layer* CreateLayer(const char* name, int before, int select, int32_t firstImage,
 }
 
 int NewLayerCommand() {
+    return NewLayerNamed(nullptr);
+}
+
+int NewLayerNamed(const char* name) {
     int32_t image = CurrentImage;
-    Layer* layer = CreateLayer(nullptr, 1, 1, image, 1);
+    Layer* layer = CreateLayer(name, 1, 1, image, 1);
     if (!layer) {
         Alert("error: Can't create a new layer");
         return 0;

@@ -103,6 +103,8 @@ void SetProjectName(const char* path);
 Layer* CreateLayer(const char* name, int before, int select, int32_t firstImage, int quiet);
 // The user's NewLayer: named by the user, at CurrentImage, undoable. 1 or 0.
 int NewLayerCommand();
+// The same with the name given (null: asked).
+int NewLayerNamed(const char* name);
 // Takes any layer but the current one out of the stack; 0 when refused.
 int RemoveLayer(int32_t index, int quiet, int keepData);
 Layer* GetLayer(int32_t index);

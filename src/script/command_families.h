@@ -8,5 +8,6 @@ namespace nemu {
 extern const ScriptCommand ProgramCommands[];
 extern const ScriptCommand DrawingCommands[];
 extern const ScriptCommand ColourCommands[];
+extern const ScriptCommand LayerCommands[];
 
 } // namespace nemu

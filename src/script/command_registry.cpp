@@ -7,6 +7,7 @@ const ScriptCommand* const CommandFamilies[] = {
     ProgramCommands,
     DrawingCommands,
     ColourCommands,
+    LayerCommands,
     nullptr,
 };
 

@@ -40,7 +40,7 @@ class ProjectTest : public ::testing::Test {
         // start alike too.
         ShowAllLayers = true, PelureMode = 0, SafeAreaShown = false;
         DisplayFlags = 33, BackColour = 0xFF005F9F, BackColour2 = 0xFF4F8FBF;
-        DrawMode = 0, SelectionLength = 0;
+        DrawMode = 0, SelectionLength = 0, NextLayerId = 1;
         const char* cache = std::getenv("XDG_CACHE_HOME");
         TempDir = std::string(cache ? cache : "/tmp") + "/nemu/";
         ASSERT_EQ(OpenCache(), 1);
