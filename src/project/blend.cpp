@@ -10,42 +10,12 @@ namespace nemu {
 
 #define NEMU_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
 
-template <bool Full> static inline void AddRow(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
-    for (size_t i = 0; i < n; i++) {
-        uint32_t l;
-        std::memcpy(&l, src + 4 * i, 4);
-        uint32_t b = dst[i];
-        uint32_t a = Full ? l >> 24 : MulByte(d, l >> 24);
-        uint32_t scaled = Full ? l : ScalePixel(l, d);
-        uint32_t mixed = ScaleAddPixel(b, 255 - a, scaled);
-        uint32_t r = (b >> 24) == 0 ? scaled : mixed;
-        dst[i] = a == 0 ? b : r;
-    }
-}
-
 NEMU_VECTOR_CLONES void AddLayerRow(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
-    if (d >= 255)
-        AddRow<true>(dst, src, n, 255);
-    else
-        AddRow<false>(dst, src, n, d);
+    AddLayerRowInline(dst, src, n, d > 255 ? 255 : d);
 }
 
 NEMU_VECTOR_CLONES void AddLayerRun(uint32_t* dst, uint32_t pixel, size_t n, uint32_t d) {
-    if (d > 255) d = 255;
-    // The run's own bytes are blended once; only the picture underneath varies.
-    uint32_t a = MulByte(d, pixel >> 24);
-    if (a == 0) return;
-    uint32_t scaled = ScalePixel(pixel, d);
-    if (a == 255) {
-        for (size_t i = 0; i < n; i++) dst[i] = scaled;
-        return;
-    }
-    uint32_t k = 255 - a;
-    for (size_t i = 0; i < n; i++) {
-        uint32_t b = dst[i];
-        uint32_t mixed = ScaleAddPixel(b, k, scaled);
-        dst[i] = (b >> 24) == 0 ? scaled : mixed;
-    }
+    AddLayerRunInline(dst, pixel, n, d > 255 ? 255 : d);
 }
 
 NEMU_VECTOR_CLONES void ScaleRow(uint32_t* dst, const uint32_t* src, size_t n, uint32_t d) {

@@ -21,18 +21,24 @@ inline uint32_t MulByte(uint32_t x, uint32_t y) {
     return (v + 1 + (v >> 8)) >> 8;
 }
 
+// MulByte of two bytes at once: the bytes sit in the low halves of two 16-bit lanes
+// (mask 00FF00FF), and each lane holds its product, which stays below 65536 through the
+// whole form, so the lanes never spill into each other.
+inline uint32_t MulLanes(uint32_t lanes, uint32_t k) {
+    uint32_t v = lanes * k + 0x00FE00FEu;
+    return ((v + 0x00010001u + ((v >> 8) & 0x00FF00FFu)) >> 8) & 0x00FF00FFu;
+}
+
 // Each byte of p scaled by d.
 inline uint32_t ScalePixel(uint32_t p, uint32_t d) {
-    return MulByte(p & 255, d) | MulByte((p >> 8) & 255, d) << 8 | MulByte((p >> 16) & 255, d) << 16 |
-           MulByte(p >> 24, d) << 24;
+    return MulLanes(p & 0x00FF00FFu, d) | MulLanes((p >> 8) & 0x00FF00FFu, d) << 8;
 }
 
 // Each byte of b scaled by k, plus the same byte of s, wrapping.
 inline uint32_t ScaleAddPixel(uint32_t b, uint32_t k, uint32_t s) {
-    uint32_t r = 0;
-    for (int shift = 0; shift < 32; shift += 8)
-        r |= ((MulByte((b >> shift) & 255, k) + ((s >> shift) & 255)) & 255) << shift;
-    return r;
+    uint32_t even = (MulLanes(b & 0x00FF00FFu, k) + (s & 0x00FF00FFu)) & 0x00FF00FFu;
+    uint32_t odd = (MulLanes((b >> 8) & 0x00FF00FFu, k) + ((s >> 8) & 0x00FF00FFu)) & 0x00FF00FFu;
+    return even | odd << 8;
 }
 
 // Layer pixel l at density d added to b.
@@ -56,6 +62,45 @@ inline uint32_t BehindPixel(uint32_t p, uint32_t g) {
         r |= (c > 255 ? 255 : c) << shift;
     }
     return r;
+}
+
+// ---- Inline row forms, for loops that are built for vector units themselves ---------------------
+template <bool Full> inline void AddLayerRowForm(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
+    for (size_t i = 0; i < n; i++) {
+        uint32_t l;
+        __builtin_memcpy(&l, src + 4 * i, 4);
+        uint32_t b = dst[i];
+        uint32_t a = Full ? l >> 24 : MulByte(d, l >> 24);
+        uint32_t scaled = Full ? l : ScalePixel(l, d);
+        uint32_t mixed = ScaleAddPixel(b, 255 - a, scaled);
+        uint32_t r = (b >> 24) == 0 ? scaled : mixed;
+        dst[i] = a == 0 ? b : r;
+    }
+}
+
+// At full density a pixel scaled by 255 is itself: the loop without the scaling.
+inline void AddLayerRowInline(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
+    if (d >= 255)
+        AddLayerRowForm<true>(dst, src, n, 255);
+    else
+        AddLayerRowForm<false>(dst, src, n, d);
+}
+
+inline void AddLayerRunInline(uint32_t* dst, uint32_t pixel, size_t n, uint32_t d) {
+    // The run's own bytes are blended once; only the picture underneath varies.
+    uint32_t a = MulByte(d, pixel >> 24);
+    if (a == 0) return;
+    uint32_t scaled = ScalePixel(pixel, d);
+    if (a == 255) {
+        for (size_t i = 0; i < n; i++) dst[i] = scaled;
+        return;
+    }
+    uint32_t k = 255 - a;
+    for (size_t i = 0; i < n; i++) {
+        uint32_t b = dst[i];
+        uint32_t mixed = ScaleAddPixel(b, k, scaled);
+        dst[i] = (b >> 24) == 0 ? scaled : mixed;
+    }
 }
 
 // ---- Rows ---------------------------------------------------------------------------------------

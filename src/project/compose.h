@@ -80,6 +80,8 @@ void MixRow(const uint32_t* above, const uint32_t* page, const uint32_t* below, 
 // The screen's compose hook: w by h page pixels at (px, py) combined with the buffers into
 // dst from (0, 0), before the background. 0 when the mixer has nothing to add.
 int ComposeWithMixer(int px, int py, int w, int h, Bitmap* dst);
+// One pixel of MixRow.
+uint32_t MixPixel(uint32_t above, uint32_t page, uint32_t below, uint32_t d, uint32_t bits);
 // Frees the scan buffer; for a change of page size and the way down.
 void FreeDisplayBuffers();
 

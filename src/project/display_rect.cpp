@@ -18,36 +18,37 @@
 namespace nemu {
 
 // ---- The pixel forms --------------------------------------------------------------------------------------
+// Written as selects between forms that are all worked out, so that a row runs on vector
+// units; each select keeps the exact form of its case, broken pixels included.
 
 // Top t at density dt over bottom b at density db.
 static inline uint32_t TwoPictures(uint32_t t, uint32_t dt, uint32_t b, uint32_t db) {
     uint32_t a = MulByte(dt, t >> 24);
-    if (a == 0) return db < 255 && (b >> 24) != 0 ? ScalePixel(b, db) : b;
+    uint32_t under = db < 255 && (b >> 24) != 0 ? ScalePixel(b, db) : b;
     uint32_t k = MulByte(db, 255 - a);
-    uint32_t r = 0;
-    for (int shift = 0; shift < 32; shift += 8)
-        r |= ((MulByte(k, (b >> shift) & 255) + MulByte(dt, (t >> shift) & 255)) & 255) << shift;
-    return r;
+    uint32_t over = ScaleAddPixel(b, k, dt >= 255 ? t : ScalePixel(t, dt));
+    return a == 0 ? under : over;
 }
 
-// A over the page m at density d over C.
+// A (t) over the page m at density d over C (b).
 static inline uint32_t ThreePictures(uint32_t t, uint32_t m, uint32_t b, uint32_t d) {
     uint32_t ta = t >> 24;
-    if (ta >= 255) return t;
-    uint32_t r;
-    if (ta == 0) {
-        r = (m >> 24) ? ScalePixel(m, d) : 0;
-    } else {
-        // The page is scaled by its density and by what A lets through in one product.
-        uint32_t k = MulByte(255 - ta, d);
-        r = 0;
-        for (int shift = 0; shift < 32; shift += 8)
-            r |= ((MulByte(k, (m >> shift) & 255) + ((t >> shift) & 255)) & 255) << shift;
-    }
+    // The page is scaled by its density and by what A lets through in one product.
+    uint32_t through = ScaleAddPixel(m, MulByte(255 - ta, d), t);
+    uint32_t alone = (m >> 24) ? ScalePixel(m, d) : 0;
+    uint32_t r = ta == 0 ? alone : through;
     uint32_t ra = r >> 24;
-    if (ra == 0) return b;
-    if (ra < 255) r = ScaleAddPixel(b, 255 - ra, r);
-    return r;
+    uint32_t onBottom = ra == 0 ? b : ScaleAddPixel(b, 255 - ra, r);
+    return ta >= 255 ? t : onBottom;
+}
+
+// The scalar forms, for the tests to hold the rows to.
+uint32_t MixPixel(uint32_t above, uint32_t page, uint32_t below, uint32_t d, uint32_t bits) {
+    d = d > 255 ? 255 : d;
+    if (bits & MixBothBit) return ThreePictures(above, page, below, d);
+    if (bits & MixAboveBit) return TwoPictures(above, 255, page, d);
+    if (bits & MixBelowBit) return TwoPictures(page, d, below, 255);
+    return ScalePixel(page, d);
 }
 
 // ---- Rows ------------------------------------------------------------------------------------------------
@@ -61,7 +62,10 @@ __attribute__((target_clones("avx2", "default"))) void MixRow(const uint32_t* ab
     } else if (bits & MixAboveBit) {
         for (int32_t i = 0; i < n; i++) out[i] = TwoPictures(above[i], 255, page[i], d);
     } else if (bits & MixBelowBit) {
-        for (int32_t i = 0; i < n; i++) out[i] = TwoPictures(page[i], d, below[i], 255);
+        if (d >= 255)
+            for (int32_t i = 0; i < n; i++) out[i] = TwoPictures(page[i], 255, below[i], 255);
+        else
+            for (int32_t i = 0; i < n; i++) out[i] = TwoPictures(page[i], d, below[i], 255);
     } else {
         ScaleRow(out, page, size_t(n), d);
     }

@@ -29,7 +29,8 @@ namespace nemu {
 // Walks the units of code over count pixels, handing each to the sink as it is decoded.
 // 1 when the code covers the pixels exactly; what a damaged code leaves is cleared.
 template <typename Sink>
-static int DecodePlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count) {
+__attribute__((always_inline)) inline int DecodePlain(const uint8_t* code, size_t size, uint32_t* pixels,
+                                                      size_t count, Sink& sink) {
     size_t at = 0, done = 0;
     while (done < count && at < size) {
         int c = int8_t(code[at++]);
@@ -39,45 +40,83 @@ static int DecodePlain(const uint8_t* code, size_t size, uint32_t* pixels, size_
             uint32_t pixel;
             std::memcpy(&pixel, code + at, 4);
             at += 4;
-            Sink::Run(pixels + done, pixel, n);
+            sink.Run(pixels + done, pixel, n);
             done += n;
         } else {
             size_t n = size_t(c) + 1;
             if ((size - at) / 4 < n || n > count - done) break;
-            Sink::Literal(pixels + done, code + at, n);
+            sink.Literal(pixels + done, code + at, n);
             at += 4 * n;
             done += n;
         }
     }
+    sink.Finish();
     if (done == count && at == size) return 1;
-    if (done < count) Sink::Missing(pixels + done, count - done);
+    if (done < count) sink.Missing(pixels + done, count - done);
     return 0;
 }
 
 struct CopySink {
-    static void Run(uint32_t* d, uint32_t pixel, size_t n) {
+    void Run(uint32_t* d, uint32_t pixel, size_t n) {
         for (size_t i = 0; i < n; i++) d[i] = pixel;
     }
-    static void Literal(uint32_t* d, const uint8_t* s, size_t n) { std::memcpy(d, s, 4 * n); }
-    static void Missing(uint32_t* d, size_t n) { std::memset(d, 0, 4 * n); }
+    void Literal(uint32_t* d, const uint8_t* s, size_t n) { std::memcpy(d, s, 4 * n); }
+    void Missing(uint32_t* d, size_t n) { std::memset(d, 0, 4 * n); }
+    void Finish() {}
 };
 
-// The density travels in a static: the sink functions are called per unit, and this
-// keeps the unit loop free of an argument it passes on unchanged.
-static uint32_t OverDensity = 255;
+// Blends units as they come. Painted pictures code mostly as short units (soft edges repeat
+// a pixel two or three times), and a blend loop per unit of three pixels is all set-up:
+// so consecutive short units gather in a small span, blended in one vector pass when a
+// transparent or long run, or the span's end, comes. Transparent runs cost nothing.
 struct OverSink {
-    static void Run(uint32_t* d, uint32_t pixel, size_t n) { AddLayerRun(d, pixel, n, OverDensity); }
-    static void Literal(uint32_t* d, const uint8_t* s, size_t n) { AddLayerRow(d, s, n, OverDensity); }
-    static void Missing(uint32_t*, size_t) {}
+    static constexpr size_t SpanPixels = 256;
+    static constexpr size_t LongRun = 16;
+    uint32_t Density;
+    uint32_t* SpanStart = nullptr; // where the gathered pixels go
+    size_t SpanCount = 0;
+    alignas(32) uint32_t Span[SpanPixels];
+
+    __attribute__((always_inline)) void Flush() {
+        if (SpanCount)
+            AddLayerRowInline(SpanStart, reinterpret_cast<const uint8_t*>(Span), SpanCount, Density);
+        SpanCount = 0;
+    }
+    // Room for n more pixels that continue the span at d.
+    __attribute__((always_inline)) void Open(uint32_t* d, size_t n) {
+        if (SpanCount && (SpanCount + n > SpanPixels || SpanStart + SpanCount != d)) Flush();
+        if (!SpanCount) SpanStart = d;
+    }
+    __attribute__((always_inline)) void Run(uint32_t* d, uint32_t pixel, size_t n) {
+        if ((pixel >> 24) == 0 || n >= LongRun) {
+            Flush();
+            AddLayerRunInline(d, pixel, n, Density);
+            return;
+        }
+        Open(d, n);
+        for (size_t i = 0; i < n; i++) Span[SpanCount + i] = pixel;
+        SpanCount += n;
+    }
+    __attribute__((always_inline)) void Literal(uint32_t* d, const uint8_t* s, size_t n) {
+        Open(d, n);
+        std::memcpy(Span + SpanCount, s, 4 * n);
+        SpanCount += n;
+    }
+    void Missing(uint32_t*, size_t) {}
+    void Finish() { Flush(); }
 };
 
 int UnpackPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count) {
-    return DecodePlain<CopySink>(code, size, pixels, count);
+    CopySink sink;
+    return DecodePlain(code, size, pixels, count, sink);
 }
 
-int OverPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count, int density) {
-    OverDensity = uint32_t(density < 0 ? 0 : density > 255 ? 255 : density);
-    return DecodePlain<OverSink>(code, size, pixels, count);
+// Built twice, for plain and for wide vector units, with the blends inlined.
+__attribute__((target_clones("avx2", "default"))) int OverPlain(const uint8_t* code, size_t size,
+                                                                uint32_t* pixels, size_t count, int density) {
+    OverSink sink;
+    sink.Density = uint32_t(density < 0 ? 0 : density > 255 ? 255 : density);
+    return DecodePlain(code, size, pixels, count, sink);
 }
 
 // ---- Plain store and loads --------------------------------------------------------------------------

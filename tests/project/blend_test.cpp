@@ -17,6 +17,25 @@ TEST(Blend, MulByteIsTheRoundedUpProductForEveryPair) {
         for (uint32_t y = 0; y < 256; y++) ASSERT_EQ(MulByte(x, y), (x * y + 254) / 255) << x << " " << y;
 }
 
+TEST(Blend, TwoLanesAtOnceGiveTheBytewiseProducts) {
+    std::mt19937 rng(11);
+    for (uint32_t k = 0; k < 256; k++) {
+        for (uint32_t x = 0; x < 256; x++) {
+            uint32_t other = rng(), s = rng();
+            for (int shift = 0; shift < 32; shift += 8) {
+                uint32_t p = (other & ~(255u << shift)) | x << shift;
+                uint32_t scaled = 0, added = 0;
+                for (int c = 0; c < 32; c += 8) {
+                    scaled |= MulByte((p >> c) & 255, k) << c;
+                    added |= ((MulByte((p >> c) & 255, k) + ((s >> c) & 255)) & 255) << c;
+                }
+                ASSERT_EQ(ScalePixel(p, k), scaled) << std::hex << p << " " << k;
+                ASSERT_EQ(ScaleAddPixel(p, k, s), added) << std::hex << p << " " << k << " " << s;
+            }
+        }
+    }
+}
+
 TEST(Blend, LayerPixelsByHand) {
     // Half-transparent red over opaque blue: s = 127, blue 127, alpha 128 + 127.
     EXPECT_EQ(AddLayerPixel(0xFF0000FF, 0x80800000, 255), 0xFF80007Fu);

@@ -5,6 +5,8 @@
 
 #include "project/blend.h"
 
+#include <random>
+
 using namespace nemu;
 using nemu::test::ProjectTest;
 
@@ -227,6 +229,25 @@ TEST(MixRows, TwoAndThreePicturesByHand) {
     EXPECT_EQ(mix(0, 0, Blue, 128, MixBelowBit), Blue);
     // Neither: the page scaled.
     EXPECT_EQ(mix(0, Green, 0, 128, 0), 0x80008000u);
+}
+
+TEST(MixRows, RowsGiveExactlyThePixelFormsBrokenPixelsIncluded) {
+    std::mt19937 rng(31);
+    auto pixel = [&] {
+        uint32_t a = rng() % 3 == 0 ? 0 : rng() % 3 == 0 ? 255 : rng() % 256;
+        uint32_t p = a << 24 | (rng() % (a + 1)) << 16 | (rng() % (a + 1)) << 8 | rng() % (a + 1);
+        return rng() % 40 == 0 ? uint32_t(rng()) : p;
+    };
+    for (int round = 0; round < 600; round++) {
+        int32_t n = 1 + int32_t(rng() % 37);
+        uint32_t d = round % 4 == 0 ? 255 : rng() % 256;
+        uint32_t bits = (const uint32_t[]){0, MixAboveBit, MixBelowBit, MixBothBit}[round % 4];
+        std::vector<uint32_t> a(n), p(n), c(n), out(n);
+        for (int32_t i = 0; i < n; i++) a[i] = pixel(), p[i] = pixel(), c[i] = pixel();
+        MixRow(a.data(), p.data(), c.data(), out.data(), n, d, bits);
+        for (int32_t i = 0; i < n; i++)
+            ASSERT_EQ(out[i], MixPixel(a[i], p[i], c[i], d, bits)) << "round " << round << " pixel " << i;
+    }
 }
 
 TEST_F(ProjectTest, TheMixerBitsFollowWhatLiesAboveAndUnder) {
