@@ -30,16 +30,22 @@ static inline uint32_t TwoPictures(uint32_t t, uint32_t dt, uint32_t b, uint32_t
     return a == 0 ? under : over;
 }
 
-// A (t) over the page m at density d over C (b).
-static inline uint32_t ThreePictures(uint32_t t, uint32_t m, uint32_t b, uint32_t d) {
+// A (t) over the page m at density d over C (b). At full density Mul(x, 255) is x, and
+// the products by d drop out.
+template <bool Full>
+static inline uint32_t ThreePicturesForm(uint32_t t, uint32_t m, uint32_t b, uint32_t d) {
     uint32_t ta = t >> 24;
     // The page is scaled by its density and by what A lets through in one product.
-    uint32_t through = ScaleAddPixel(m, MulByte(255 - ta, d), t);
-    uint32_t alone = (m >> 24) ? ScalePixel(m, d) : 0;
+    uint32_t through = ScaleAddPixel(m, Full ? 255 - ta : MulByte(255 - ta, d), t);
+    uint32_t alone = (m >> 24) ? (Full ? m : ScalePixel(m, d)) : 0;
     uint32_t r = ta == 0 ? alone : through;
     uint32_t ra = r >> 24;
     uint32_t onBottom = ra == 0 ? b : ScaleAddPixel(b, 255 - ra, r);
     return ta >= 255 ? t : onBottom;
+}
+
+static inline uint32_t ThreePictures(uint32_t t, uint32_t m, uint32_t b, uint32_t d) {
+    return d >= 255 ? ThreePicturesForm<true>(t, m, b, 255) : ThreePicturesForm<false>(t, m, b, d);
 }
 
 // The scalar forms, for the tests to hold the rows to.
@@ -58,7 +64,11 @@ __attribute__((target_clones("avx2", "default"))) void MixRow(const uint32_t* ab
                                                               uint32_t d, uint32_t bits) {
     if (d > 255) d = 255;
     if (bits & MixBothBit) {
-        for (int32_t i = 0; i < n; i++) out[i] = ThreePictures(above[i], page[i], below[i], d);
+        if (d >= 255)
+            for (int32_t i = 0; i < n; i++)
+                out[i] = ThreePicturesForm<true>(above[i], page[i], below[i], 255);
+        else
+            for (int32_t i = 0; i < n; i++) out[i] = ThreePicturesForm<false>(above[i], page[i], below[i], d);
     } else if (bits & MixAboveBit) {
         for (int32_t i = 0; i < n; i++) out[i] = TwoPictures(above[i], 255, page[i], d);
     } else if (bits & MixBelowBit) {
