@@ -10,8 +10,11 @@
 #include "host/tablet.h"
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
+#include "paint/pens.h"
+#include "paint/tools.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
+#include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
@@ -175,6 +178,7 @@ int ResizePageBuffers(int width, int height) {
     WetBuffer = wet;
     PageWidth = width;
     PageHeight = height;
+    PageSizeChanged();
     if (Screen && !ScreenAllocBuffers()) return 0;
     return 1;
 }
@@ -206,11 +210,6 @@ void ReadMainSettings() {
     char temp[4096];
     ConfigGet("Main", "temp", temp, "", sizeof temp);
     if (*temp) TempDir = WithSlash(temp);
-}
-
-// Identity: what the curve maker gives for equal control values, as the start values are.
-static void IdentityCurve(uint8_t* table) {
-    for (int i = 0; i < 256; i++) table[i] = uint8_t(i);
 }
 
 static int FailStart(uint32_t message) {
@@ -262,11 +261,11 @@ int AppStart() {
     if (!ScreenAllocBuffers()) return FailStart(1000);
     PlatformRaise();
 
-    IdentityCurve(PressureCurve);
+    MakeCurve(255, 255, PressureCurve);
     DrainInput();
     RefreshAll();
     BuildLumaTables();
-    IdentityCurve(SpeedCurve);
+    MakeCurve(0, 0, SpeedCurve);
     SpeedScale = 35;
     BuildDrawTables();
     SetPointerShape(2);
@@ -292,7 +291,15 @@ int AppStart() {
     RemoteOpen(); // without it the program works on; it has said why on stderr
 
     APen = 0xFFFF0000;
+    ColourChanged();
+    // The freehand tool with the round pen of radius 3, until the settings say otherwise.
+    SelectToolMode(TOOL_FREEHAND);
+    SetPen(PenRound);
+    SetPenSize(3);
     SetPointerShape(2);
+    LoadPensSettings();
+    LoadPressureSettings();
+    LoadToolSettings();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
@@ -303,6 +310,9 @@ int AppStart() {
 void AppFinish() {
     SetPointerShape(2);
     if (SaveConfigOn) {
+        SavePensSettings();
+        SavePressureSettings();
+        SaveToolSettings();
         ConfigSetInt("Main", "WIN_X", MainPanelX);
         ConfigSetInt("Main", "WIN_Y", MainPanelY);
     }
@@ -330,6 +340,7 @@ int AppMain() {
 void Cleanup() {
     // Windows, plug-ins, brushes, the project and the cache file join this list, in this
     // order, as they come: each is safe to free when it was never made.
+    if (Screen) CancelTool(ToolMode);
     CloseInputQueues();
     if (WaitTimer) {
         PlatformKillTimer(WaitTimer);
@@ -345,6 +356,8 @@ void Cleanup() {
     FreeBitmap(BackPage);
     FreeBitmap(SparePage);
     Page = PageBase = BackPage = SparePage = nullptr;
+    if (CurrentStamp) FreeStamp(CurrentStamp);
+    CurrentStamp = nullptr;
     std::free(WetBuffer);
     std::free(ScratchList);
     WetBuffer = ScratchList = nullptr;
