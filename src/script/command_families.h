@@ -8,5 +8,7 @@ namespace nemu {
 extern const ScriptCommand ProgramCommands[];
 extern const ScriptCommand DrawingCommands[];
 extern const ScriptCommand ColourCommands[];
+extern const ScriptCommand ToolCommands[];
+extern const ScriptCommand UndoCommands[];
 
 } // namespace nemu

@@ -4,10 +4,7 @@
 namespace nemu {
 
 const ScriptCommand* const CommandFamilies[] = {
-    ProgramCommands,
-    DrawingCommands,
-    ColourCommands,
-    nullptr,
+    ProgramCommands, DrawingCommands, ColourCommands, ToolCommands, UndoCommands, nullptr,
 };
 
 } // namespace nemu
