@@ -3,8 +3,16 @@
 
 namespace nemu {
 
+// One family a line, so that families added side by side merge cleanly.
+// clang-format off
 const ScriptCommand* const CommandFamilies[] = {
-    ProgramCommands, DrawingCommands, ColourCommands, ToolCommands, UndoCommands, nullptr,
+    ProgramCommands,
+    DrawingCommands,
+    ColourCommands,
+    ToolCommands,
+    UndoCommands,
+    nullptr,
 };
+// clang-format on
 
 } // namespace nemu
