@@ -35,7 +35,7 @@ static void GetPixelDisplay(CommandRequest* request, const char* args) {
 
 // A change of the paint colour: what shows it goes first, the tables made from it are
 // built again, and wet paint kept over strokes must not mix into the new colour.
-static void SetPen(uint32_t& pen, const char* args) {
+static void SetPaintColour(uint32_t& pen, const char* args) {
     ReadArgs(args, 3);
     CancelTool(ToolMode);
     auto level = [](int32_t v) { return uint32_t(std::clamp(v, 0, 255)); };
@@ -46,10 +46,10 @@ static void SetPen(uint32_t& pen, const char* args) {
 
 // om_setapen r g b, om_setbpen r g b: each limited to 0..255, opaque.
 static void SetAPen(CommandRequest*, const char* args) {
-    SetPen(APen, args);
+    SetPaintColour(APen, args);
 }
 static void SetBPen(CommandRequest*, const char* args) {
-    SetPen(BPen, args);
+    SetPaintColour(BPen, args);
 }
 static void GetAPen(CommandRequest* request, const char*) {
     ReplyColour(request, APen);

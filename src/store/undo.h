@@ -66,6 +66,10 @@ void UndoCommand();
 // waits for the next press.
 void PageSizeChanged();
 
+// A change of page size asks first when there is a spare, which cannot follow it (message
+// 1422). 1 to go on: no spare, or the user agreed.
+int ConfirmPageSizeChange();
+
 // ---- Spare page --------------------------------------------------------------------------------
 // A cleared spare of the page's size when there is none (or it has another size). 1, or
 // 0 with message 1420 shown when memory is short.

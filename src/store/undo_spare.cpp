@@ -44,6 +44,11 @@ int CopyToSpare(int ask) {
     return go ? 1 : 0;
 }
 
+int ConfirmPageSizeChange() {
+    if (!SparePage) return 1;
+    return AskYesNo(MsgGet(nullptr, 1422), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002));
+}
+
 int SwapSpare() {
     if (!Page) return -1;
     int former = SetPointerShape(2);

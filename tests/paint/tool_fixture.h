@@ -4,12 +4,15 @@
 #include "host/host_fixture.h"
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
+#include "paint/line_walk.h"
 #include "paint/pens.h"
 #include "paint/tools.h"
 #include "store/undo.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
+#include <utility>
 
 namespace nemu::test {
 
@@ -78,5 +81,25 @@ struct ToolHost : HeadlessHost {
         return n;
     }
 };
+
+using PixelSet = std::set<std::pair<int, int>>;
+
+// The pixels of the page that are not white.
+inline PixelSet PaintedPixels() {
+    PixelSet s;
+    for (int y = 0; y < PageHeight; y++)
+        for (int x = 0; x < PageWidth; x++)
+            if (ToolHost::At(x, y) != White) s.insert({x, y});
+    return s;
+}
+
+// The pixels of a one-pixel line on the page, as the engine picks them.
+inline PixelSet LinePixels(int64_t x0, int64_t y0, int64_t x1, int64_t y1) {
+    PixelSet s;
+    WalkLinePixels(x0, y0, x1, y1, 0, 0, PageWidth - 1, PageHeight - 1, [&](int64_t x, int64_t y) {
+        s.insert({int(x), int(y)});
+    });
+    return s;
+}
 
 } // namespace nemu::test

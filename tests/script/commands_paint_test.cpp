@@ -1,33 +1,9 @@
 // The drawing, colour, pen, undo and spare commands, run as scripts send them.
-#include "paint/line_walk.h"
 #include "paint/tool_fixture.h"
 #include "support/run_script.h"
 
-#include <set>
-#include <utility>
-
 using namespace nemu;
 using namespace nemu::test;
-
-namespace {
-using PixelSet = std::set<std::pair<int, int>>;
-
-PixelSet PaintedPixels() {
-    PixelSet s;
-    for (int y = 0; y < PageHeight; y++)
-        for (int x = 0; x < PageWidth; x++)
-            if (ToolHost::At(x, y) != White) s.insert({x, y});
-    return s;
-}
-
-PixelSet LinePixels(int64_t x0, int64_t y0, int64_t x1, int64_t y1) {
-    PixelSet s;
-    WalkLinePixels(x0, y0, x1, y1, 0, 0, PageWidth - 1, PageHeight - 1, [&](int64_t x, int64_t y) {
-        s.insert({int(x), int(y)});
-    });
-    return s;
-}
-} // namespace
 
 // ---- Drawing ---------------------------------------------------------------------------------------
 

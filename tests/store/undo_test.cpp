@@ -214,7 +214,9 @@ TEST(Spare, ASpareOfAnotherSizeIsNotUsed) {
 
 TEST(Undo, APageSizeChangeMidStrokeLeavesEverythingConsistent) {
     LabelledHost host;
+    EXPECT_EQ(ConfirmPageSizeChange(), 1); // nothing to lose
     ASSERT_EQ(CopyToSpare(0), 1);
+    EXPECT_EQ(ConfirmPageSizeChange(), 0); // the spare would be lost: the headless answer is no
     SetPenSize(3);
     ToolHost::Press(5, 5);
     ToolHost::Move(10, 8);
