@@ -22,15 +22,21 @@ void KillSpare() {
     SparePage = nullptr;
 }
 
-int EnsureSpare() {
+// The spare for the page's size; when memory is short the pointer shape `former` comes
+// back before the message, so that it does not show the busy pointer.
+static int MakeSpare(int former) {
     if (!Page) return 0;
     if (SparePage && (SparePage->Width != Page->Width || SparePage->Height != Page->Height)) KillSpare();
     if (SparePage) return 1;
     SparePage = NewClearBitmap(Page->Width, Page->Height);
     if (SparePage) return 1;
-    SetPointerShape(0);
+    SetPointerShape(former);
     AlertMsg(1420);
     return 0;
+}
+
+int EnsureSpare() {
+    return MakeSpare(PointerShape);
 }
 
 int CopyToSpare(int ask) {
@@ -38,7 +44,7 @@ int CopyToSpare(int ask) {
     int former = SetPointerShape(2);
     bool go = true;
     if (SparePage && ask) go = AskYesNo(MsgGet(nullptr, 1421), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002));
-    if (go) go = EnsureSpare();
+    if (go) go = MakeSpare(former);
     if (go) CopyBitmap(Page, SparePage);
     SetPointerShape(former);
     return go ? 1 : 0;
@@ -52,7 +58,7 @@ int ConfirmPageSizeChange() {
 int SwapSpare() {
     if (!Page) return -1;
     int former = SetPointerShape(2);
-    if (!EnsureSpare()) return -1;
+    if (!MakeSpare(former)) return -1;
     SwapBitmapPixels(Page, SparePage);
     CommitWholePage();
     RefreshAll();
