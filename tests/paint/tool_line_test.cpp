@@ -9,34 +9,26 @@ using namespace nemu::test;
 
 TEST(ToolLine, ShiftConstrainsToTheNearestOfEightDirections) {
     struct Case {
-        int ToX, ToY, EndX, EndY;
+        int FromX, FromY, ToX, ToY, EndX, EndY;
     } cases[] = {
-        {30, 6, 30, 2},   // slope 0.14: horizontal
-        {5, 25, 2, 25},   // slope 7.7: vertical
-        {20, 21, 20, 20}, // slope 1.05: the diagonal down, y follows x
-        {10, 5, 10, 5},   // within 16 pixels of the start: free
+        {2, 2, 30, 6, 30, 2},   // slope 0.14: horizontal
+        {2, 2, 5, 25, 2, 25},   // slope 7.7: vertical
+        {2, 2, 20, 21, 20, 20}, // slope 1.05: the diagonal down, y follows x
+        {2, 25, 22, 4, 22, 5},  // slope -1.05: the diagonal up
+        {2, 2, 10, 5, 10, 5},   // within 16 pixels of the start: free
     };
     for (const Case& c : cases) {
         ToolHost host;
         SelectToolMode(TOOL_LINE);
         HeadlessSetQualifiers(QUAL_SHIFT);
-        ToolHost::Press(2, 2);
+        ToolHost::Press(c.FromX, c.FromY);
         ToolHost::Move(c.ToX, c.ToY);
         ToolHost::Release(c.ToX, c.ToY);
-        EXPECT_EQ(PaintedPixels(), LinePixels(2, 2, c.EndX, c.EndY)) << c.ToX << "," << c.ToY << "\n"
-                                                                     << ToolHost::Picture();
+        EXPECT_EQ(PaintedPixels(), LinePixels(c.FromX, c.FromY, c.EndX, c.EndY))
+            << c.ToX << "," << c.ToY << "\n"
+            << ToolHost::Picture();
         EXPECT_EQ(ToolHost::Traces(), 0);
     }
-}
-
-TEST(ToolLine, UpwardDiagonal) {
-    ToolHost host;
-    SelectToolMode(TOOL_LINE);
-    HeadlessSetQualifiers(QUAL_SHIFT);
-    ToolHost::Press(2, 25);
-    ToolHost::Move(22, 4);
-    ToolHost::Release(22, 4);
-    EXPECT_EQ(PaintedPixels(), LinePixels(2, 25, 22, 5)) << ToolHost::Picture();
 }
 
 // ---- Line --------------------------------------------------------------------------------------------
