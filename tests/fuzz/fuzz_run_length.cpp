@@ -1,0 +1,45 @@
+// Decodes any bytes as run-length pixels, whole and in pieces (which must agree), and
+// checks that any pixels survive packing and unpacking unchanged.
+#include "files/run_length.h"
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+using namespace nemu;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 2) return 0;
+    size_t want = size_t(data[0]) << 8 | data[1];
+    data += 2, size -= 2;
+    std::vector<uint32_t> whole(want + 1), pieces(want + 1);
+    int64_t used = UnpackRun(data, size, whole.data(), want);
+
+    RunUnpacker state;
+    size_t produced = 0, pos = 0;
+    while (produced < want) {
+        size_t piece = pos < size ? 1 + data[pos] % 5 : 0;
+        if (pos + piece > size) piece = size - pos;
+        size_t room = 1 + (produced * 7 + pos) % 9;
+        if (room > want - produced) room = want - produced;
+        size_t taken = 0;
+        size_t n = RunUnpack(&state, data + pos, piece, &taken, pieces.data() + produced, room);
+        produced += n;
+        pos += taken;
+        if (piece == 0 && n == 0) break;
+    }
+    if ((used >= 0) != (produced == want)) __builtin_trap();
+    if (used >= 0 && std::memcmp(whole.data(), pieces.data(), want * 4) != 0) __builtin_trap();
+
+    // The input's bytes as pixels, with few distinct values so that runs occur.
+    size_t count = size / 4;
+    std::vector<uint32_t> pixels(count + 1);
+    for (size_t i = 0; i < count; i++) pixels[i] = data[i * 4] % 3 == 0 ? 7u : uint32_t(data[i * 4 + 1] & 3);
+    std::vector<uint8_t> packed(RunPackBound(count) + 1);
+    size_t n = PackRun(pixels.data(), count, data[0], packed.data());
+    if (n > RunPackBound(count)) __builtin_trap();
+    std::vector<uint32_t> back(count + 1);
+    if (UnpackRun(packed.data(), n, back.data(), count) != int64_t(n)) __builtin_trap();
+    if (count && std::memcmp(back.data(), pixels.data(), count * 4) != 0) __builtin_trap();
+    return 0;
+}
