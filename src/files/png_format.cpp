@@ -4,9 +4,11 @@
 #include "files/raster_common.h"
 #include "store/bitmap.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <png.h>
 
 namespace nemu {
@@ -151,13 +153,101 @@ int ReadPng(const char* path, Bitmap* bitmap) {
     return result;
 }
 
-int WritePngStream(FILE* file, const Bitmap* bitmap, int palette) {
+namespace {
+
+// A palette that holds every colour of a picture exactly, for the palette settings
+// that need no colour quantiser: one palette per image, or for all, when the picture
+// has no more colours than the setting allows.
+struct ExactPalette {
+    static constexpr int Slots = 1024; // a power of two, four times the most colours
+    int Count = 0;
+    uint32_t Colours[256]; // premultiplied pixels, the translucent first
+    uint32_t Keys[Slots];
+    int16_t Index[Slots]; // -1 for an empty slot
+
+    int Find(uint32_t pixel) const {
+        for (uint32_t slot = (pixel * 2654435761u) >> 22;; slot = (slot + 1) & (Slots - 1)) {
+            if (Index[slot] < 0 || Keys[slot] == pixel) return int(slot);
+        }
+    }
+    void Rebuild() {
+        std::fill_n(Index, Slots, int16_t(-1));
+        for (int i = 0; i < Count; i++) {
+            int slot = Find(Colours[i]);
+            Keys[slot] = Colours[i];
+            Index[slot] = int16_t(i);
+        }
+    }
+};
+
+// False when the picture has more than `most` colours.
+bool MakeExactPalette(const Bitmap* bitmap, int most, ExactPalette* palette) {
+    palette->Count = 0;
+    palette->Rebuild();
+    size_t pixels = size_t(bitmap->Width) * size_t(bitmap->Height);
+    for (size_t i = 0; i < pixels; i++) {
+        uint32_t p = bitmap->Pixels[i];
+        int slot = palette->Find(p);
+        if (palette->Index[slot] >= 0) continue;
+        if (palette->Count == most) return false;
+        palette->Keys[slot] = p;
+        palette->Index[slot] = int16_t(palette->Count);
+        palette->Colours[palette->Count++] = p;
+    }
+    // Entries past the transparency chunk are opaque, so the translucent ones go first.
+    std::stable_partition(palette->Colours, palette->Colours + palette->Count,
+                          [](uint32_t p) { return (p >> 24) != 255; });
+    palette->Rebuild();
+    return true;
+}
+
+int BitsFor(int colours) {
+    return colours <= 2 ? 1 : colours <= 4 ? 2 : colours <= 16 ? 4 : 8;
+}
+
+void WritePaletteHeader(png_structp png, png_infop info, const Bitmap* bitmap, const ExactPalette& palette) {
+    png_set_IHDR(png, info, png_uint_32(bitmap->Width), png_uint_32(bitmap->Height), BitsFor(palette.Count),
+                 PNG_COLOR_TYPE_PALETTE, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_color colours[256];
+    png_byte alphas[256];
+    int translucent = 0;
+    for (int i = 0; i < palette.Count; i++) {
+        uint32_t p = palette.Colours[i], a = p >> 24;
+        colours[i] = {Unpremultiply((p >> 16) & 255, a), Unpremultiply((p >> 8) & 255, a),
+                      Unpremultiply(p & 255, a)};
+        alphas[i] = png_byte(a);
+        if (a != 255) translucent = i + 1;
+    }
+    png_set_PLTE(png, info, colours, palette.Count);
+    if (translucent) png_set_tRNS(png, info, alphas, translucent, nullptr);
+}
+
+} // namespace
+
+int WritePngStream(FILE* file, const Bitmap* bitmap, int palette, int colours) {
+    auto* exact = new (std::nothrow) ExactPalette;
+    if (!exact) {
+        SetFileError(1000, "PNG");
+        return -1;
+    }
+    bool indexed = false;
+    if (palette < 4) {
+        indexed =
+            (palette == 2 || palette == 3) && MakeExactPalette(bitmap, std::clamp(colours, 2, 256), exact);
+        if (!indexed) {
+            std::printf("WARNING : PNG : more colours than the palette holds, and no colour quantiser yet; "
+                        "written with 32 bits\n");
+            palette = 5;
+        }
+    }
     bool alpha = palette != 4;
     PngJob job;
     job.Png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &job, OnPngError, OnPngWarning);
     if (job.Png) job.Info = png_create_info_struct(job.Png);
     if (!job.Info) {
         png_destroy_write_struct(&job.Png, nullptr);
+        delete exact;
         SetFileError(1000, "libpng");
         return -1;
     }
@@ -167,35 +257,42 @@ int WritePngStream(FILE* file, const Bitmap* bitmap, int palette) {
         result = -1;
     } else {
         png_init_io(job.Png, file);
-        png_set_IHDR(job.Png, job.Info, png_uint_32(bitmap->Width), png_uint_32(bitmap->Height), 8,
-                     alpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        if (indexed)
+            WritePaletteHeader(job.Png, job.Info, bitmap, *exact);
+        else
+            png_set_IHDR(job.Png, job.Info, png_uint_32(bitmap->Width), png_uint_32(bitmap->Height), 8,
+                         alpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                         PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         png_write_info(job.Png, job.Info);
+        // Indices go one to a byte; libpng packs them to the palette's depth.
+        if (indexed) png_set_packing(job.Png);
         job.Rows = static_cast<uint8_t*>(std::malloc(size_t(bitmap->Width) * 4));
         if (!job.Rows) {
             std::snprintf(job.Message, sizeof job.Message, "out of memory");
             png_longjmp(job.Png, 1);
         }
         for (int y = 0; y < bitmap->Height; y++) {
-            FetchRow(bitmap, y, job.Rows, alpha ? RowOrder::RGBA : RowOrder::RGB, true);
+            if (indexed) {
+                const uint32_t* row = bitmap->Pixels + size_t(y) * size_t(bitmap->Width);
+                for (int x = 0; x < bitmap->Width; x++)
+                    job.Rows[x] = uint8_t(exact->Index[exact->Find(row[x])]);
+            } else {
+                FetchRow(bitmap, y, job.Rows, alpha ? RowOrder::RGBA : RowOrder::RGB, true);
+            }
             png_write_row(job.Png, job.Rows);
         }
         png_write_end(job.Png, job.Info);
     }
     std::free(job.Rows);
     png_destroy_write_struct(&job.Png, &job.Info);
+    delete exact;
     return result;
 }
 
 int WritePng(const char* path, const Bitmap* bitmap) {
-    int palette = PngOptions.Palette;
-    if (palette < 4) {
-        std::printf("WARNING : PNG : palette output waits for the colour quantiser; written with 32 bits\n");
-        palette = 5;
-    }
     FILE* file = OpenForWriting(path);
     if (!file) return -1;
-    int result = WritePngStream(file, bitmap, palette);
+    int result = WritePngStream(file, bitmap, PngOptions.Palette, PngOptions.Colors);
     if (CloseWritten(file) != 0) result = -1;
     return result;
 }

@@ -244,11 +244,50 @@ TEST_F(FormatsTest, PngWritesStraightAlphaOr24Bits) {
     ASSERT_EQ(ReadPng(path.c_str(), back), 0);
     for (int i = 0; i < 37 * 23; i++) ASSERT_EQ(back->Pixels[i], b->Pixels[i] | 0xff000000) << i;
 
-    // Palette output waits for the quantiser: the picture is kept whole in 32 bits.
+    // Too many colours for a palette, and no quantiser yet: kept whole in 32 bits.
     PngOptions.Palette = 3;
     CaptureStdout();
     ASSERT_EQ(WritePng(path.c_str(), b), 0);
     EXPECT_NE(GetCapturedStdout().find("WARNING : PNG"), std::string::npos);
+    ASSERT_EQ(TestPng(path.c_str(), &w, &h, &d), 0);
+    EXPECT_EQ(d, 32);
+    FreeBitmap(b);
+    FreeBitmap(back);
+}
+
+TEST_F(FormatsTest, PngPalettesHoldFewColoursExactly) {
+    const uint32_t colours[] = {0xff000000, 0xffffffff, 0x80400020, 0x00000000, 0xff123456};
+    Bitmap* b = NewBitmap(13, 7);
+    Bitmap* back = NewBitmap(13, 7);
+    std::string path = TestPath("palette.png");
+    int w, h, d;
+    struct Case {
+        int Colours, Depth;
+    } cases[] = {{2, 1}, {4, 2}, {5, 4}};
+    for (const Case& c : cases) {
+        for (int i = 0; i < 13 * 7; i++) b->Pixels[i] = colours[(i * 7 + i / 13) % c.Colours];
+        for (int palette : {2, 3}) {
+            PngOptions = {palette, 0, 16};
+            CaptureStdout();
+            ASSERT_EQ(WritePng(path.c_str(), b), 0);
+            EXPECT_EQ(GetCapturedStdout(), "") << "no warning where the palette suffices";
+            ASSERT_EQ(TestPng(path.c_str(), &w, &h, &d), 0);
+            EXPECT_EQ(d, c.Depth) << c.Colours << " colours";
+            std::vector<uint8_t> bytes = ReadBytes(path);
+            EXPECT_EQ(bytes[25], 3) << "colour type palette";
+            ASSERT_EQ(ReadPng(path.c_str(), back), 0);
+            for (int i = 0; i < 13 * 7; i++) ASSERT_EQ(back->Pixels[i], ThroughStraight(b->Pixels[i])) << i;
+        }
+    }
+    // The fixed and user palettes need the quantiser; so do more colours than allowed.
+    PngOptions = {0, 0, 256};
+    CaptureStdout();
+    ASSERT_EQ(WritePng(path.c_str(), b), 0);
+    EXPECT_NE(GetCapturedStdout(), "");
+    PngOptions = {3, 0, 4};
+    CaptureStdout();
+    ASSERT_EQ(WritePng(path.c_str(), b), 0);
+    EXPECT_NE(GetCapturedStdout(), "");
     ASSERT_EQ(TestPng(path.c_str(), &w, &h, &d), 0);
     EXPECT_EQ(d, 32);
     FreeBitmap(b);

@@ -189,6 +189,8 @@ TEST(Registry, MayOverwriteAsksOnlyForExistingFiles) {
 TEST(Registry, SaveImageAsWritesInTheCurrentMode) {
     Bitmap* b = NewBitmap(5, 3);
     ClearBitmap(b, 0xff336699);
+    TiffOption = TIFF_RGBA;
+    PngOptions = {5, 0, 256};
     int w, h;
     struct Case {
         int Mode;
