@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<uint32_t> pixels(count + 1);
     for (size_t i = 0; i < count; i++) pixels[i] = data[i * 4] % 3 == 0 ? 7u : uint32_t(data[i * 4 + 1] & 3);
     std::vector<uint8_t> packed(RunPackBound(count) + 1);
-    size_t n = PackRun(pixels.data(), count, data[0], packed.data());
+    size_t n = PackRun(pixels.data(), count, size ? data[0] : 0u, packed.data());
     if (n > RunPackBound(count)) __builtin_trap();
     std::vector<uint32_t> back(count + 1);
     if (UnpackRun(packed.data(), n, back.data(), count) != int64_t(n)) __builtin_trap();
