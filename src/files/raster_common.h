@@ -2,6 +2,8 @@
 // conversions between our premultiplied pixels and the interleaved rows of the file
 // libraries, and the record of the last failure, which the format registry reports.
 #pragma once
+#include "store/tile_pack.h"
+
 #include <cstdint>
 #include <cstdio>
 
@@ -28,10 +30,11 @@ void SetFileError(uint32_t message, const char* format, ...) __attribute__((form
 // Alerts "path, message, detail" and clears the record; nothing when it is empty.
 void ReportFileError(const char* path);
 
-// Mul and Div of the blending tables: premultiplication rounds up, so that no colour
-// with some alpha vanishes, and its undoing truncates.
+// Premultiplication rounds up, as all blending does (MulUp), so that no colour with
+// some alpha vanishes; its undoing truncates, and keeps a damaged pixel whose colour
+// exceeds its alpha at white rather than wrapping it.
 inline uint8_t Premultiply(uint32_t c, uint32_t a) {
-    return uint8_t((c * a + 254) / 255);
+    return uint8_t(MulUp(c, a));
 }
 inline uint8_t Unpremultiply(uint32_t c, uint32_t a) {
     if (a == 0) return 0;

@@ -1,5 +1,7 @@
 #include "files/run_length.h"
 
+#include "store/tile_pack.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -8,52 +10,33 @@ namespace nemu {
 
 namespace {
 
-inline void PutPixel(uint8_t* out, uint32_t pixel) {
-    out[0] = uint8_t(pixel);
-    out[1] = uint8_t(pixel >> 8);
-    out[2] = uint8_t(pixel >> 16);
-    out[3] = uint8_t(pixel >> 24);
-}
-
 inline uint32_t GetPixel(const uint8_t* in) {
     return uint32_t(in[0]) | uint32_t(in[1]) << 8 | uint32_t(in[2]) << 16 | uint32_t(in[3]) << 24;
 }
 
 } // namespace
 
-// Every literal unit but the last of a run is full or followed by a repeat, and a
-// repeat of r >= 2 pixels costs 5 <= 4r - 3 bytes, so nothing exceeds 4 bytes a pixel
-// plus one control byte per 124 pixels, plus the last unit's.
-size_t RunPackBound(size_t count) {
-    return count * 4 + count / RUN_LIMIT + 2;
+size_t PackRowBound(size_t count) {
+    return PackBound(count) + 1;
 }
 
-size_t PackRun(const uint32_t* pixels, size_t count, uint32_t after, uint8_t* out) {
-    uint8_t* start = out;
-    size_t i = 0;
-    // The right neighbour of pixel k, which for the last one lies past the run.
-    auto next = [&](size_t k) { return k + 1 < count ? pixels[k + 1] : after; };
-    while (i < count) {
-        size_t limit = std::min<size_t>(RUN_LIMIT, count - i);
-        uint32_t pixel = pixels[i];
-        size_t same = 1;
-        while (same < limit && pixels[i + same] == pixel) same++;
-        if (same >= 2) {
-            *out++ = uint8_t(int8_t(1 - int(same)));
-            PutPixel(out, pixel);
-            out += 4;
-            i += same;
-            continue;
-        }
-        size_t differ = 0;
-        while (differ < limit && pixels[i + differ] != next(i + differ)) differ++;
-        // Only a row's last pixel can equal its memory neighbour here: it goes alone.
-        if (differ == 0) differ = 1;
-        *out++ = uint8_t(differ - 1);
-        for (size_t k = 0; k < differ; k++, out += 4) PutPixel(out, pixels[i + k]);
-        i += differ;
+size_t PackRow(const uint32_t* pixels, size_t count, uint32_t after, uint8_t* out) {
+    size_t size = PackRun(pixels, count, out);
+    if (count == 0 || pixels[count - 1] != after) return size;
+    // Only the last unit can hold the last pixel; when it is a literal of two or more,
+    // its last pixel becomes a literal of its own.
+    size_t last = 0;
+    for (size_t at = 0; at < size;) {
+        last = at;
+        int c = int8_t(out[at]);
+        at += 1 + (c == -128 ? 0 : c < 0 ? 4 : size_t(c + 1) * 4);
     }
-    return size_t(out - start);
+    int c = int8_t(out[last]);
+    if (c < 1) return size;
+    out[last] = uint8_t(c - 1);
+    std::memmove(out + size - 3, out + size - 4, 4);
+    out[size - 4] = 0;
+    return size + 1;
 }
 
 int64_t ProjectFlushAt(int width) {
@@ -66,7 +49,7 @@ int64_t DeepFlushAt(int width) {
 
 int64_t WriteRunRows(const ByteSink& sink, const uint32_t* pixels, int width, int height, int64_t flushAt) {
     if (width < 1 || height < 0) return -1;
-    size_t rowBound = RunPackBound(size_t(width));
+    size_t rowBound = PackRowBound(size_t(width));
     size_t capacity = std::max(RUN_BUFFER_SIZE, rowBound);
     auto* buffer = static_cast<uint8_t*>(std::malloc(capacity));
     if (!buffer) return -1;
@@ -85,7 +68,7 @@ int64_t WriteRunRows(const ByteSink& sink, const uint32_t* pixels, int width, in
         // Never reached with the flush limits of the two writers; it only guards
         // against a limit that lets the buffer fill past one more row.
         if (used + rowBound > capacity) flush();
-        used += PackRun(row, size_t(width), after, buffer + used);
+        used += PackRow(row, size_t(width), after, buffer + used);
         if (int64_t(used) > flushAt) flush();
     }
     if (!failed) flush();
@@ -138,13 +121,6 @@ size_t RunUnpack(RunUnpacker* state, const uint8_t* in, size_t size, size_t* use
     }
     *used = pos;
     return produced;
-}
-
-int64_t UnpackRun(const uint8_t* in, size_t size, uint32_t* out, size_t count) {
-    RunUnpacker state;
-    size_t used = 0;
-    size_t produced = RunUnpack(&state, in, size, &used, out, count);
-    return produced == count ? int64_t(used) : -1;
 }
 
 } // namespace nemu

@@ -1,6 +1,6 @@
-// The run-length code of the project and deep files, on 32-bit pixels in memory order.
-// A unit starts with a signed control byte c: 0..127, c + 1 literal pixels follow;
-// -1..-127, one pixel follows, repeated 1 - c times; -128, nothing.
+// The run-length code of the project and deep files: the store's code of packed
+// pictures (store/tile_pack.h), with the rows of a file's body packed as that format
+// says, flushed through a collecting buffer, and a decoder that can be fed in pieces.
 #pragma once
 #include "files/byte_sink.h"
 
@@ -9,16 +9,16 @@
 
 namespace nemu {
 
-constexpr int RUN_LIMIT = 124;              // pixels in one unit, at most
 constexpr size_t RUN_BUFFER_SIZE = 0x20000; // the writers' collecting buffer
 
-// The most bytes PackRun can produce for count pixels.
-size_t RunPackBound(size_t count);
+// The most bytes PackRow can produce for count pixels.
+size_t PackRowBound(size_t count);
 
-// Packs count pixels as one run: units never reach past its end. The last pixel is
-// compared with `after`, the pixel that follows it in memory, as the literal count
-// does with every other pixel. Returns the bytes written to out.
-size_t PackRun(const uint32_t* pixels, size_t count, uint32_t after, uint8_t* out);
+// Packs one row of a file's body. Unlike the store's tiles, whose last pixel counts as
+// differing from whatever follows, a body row's last pixel is compared with `after`,
+// the pixel that follows it in memory: when they are equal it can't close a literal,
+// and goes alone. Returns the bytes written to out.
+size_t PackRow(const uint32_t* pixels, size_t count, uint32_t after, uint8_t* out);
 
 // Where the project file flushes its buffer, and where the deep writer does: after any
 // row that leaves more than this many bytes in it (never below 0).
@@ -47,9 +47,5 @@ struct RunUnpacker {
 // bytes taken in *used. Stops when out is full or the input runs out.
 size_t RunUnpack(RunUnpacker* state, const uint8_t* in, size_t size, size_t* used, uint32_t* out,
                  size_t room);
-
-// Decodes exactly count pixels from one buffer. Returns the bytes used, or -1 when the
-// data ends first.
-int64_t UnpackRun(const uint8_t* in, size_t size, uint32_t* out, size_t count);
 
 } // namespace nemu

@@ -2,6 +2,7 @@
 // quirks decide the bytes, and by round trips and an outside decoder elsewhere.
 #include "files/lzw.h"
 #include "files/run_length.h"
+#include "store/tile_pack.h"
 #include "support/file_helpers.h"
 
 #include <gtest/gtest.h>
@@ -19,9 +20,16 @@ using Bytes = std::vector<uint8_t>;
 constexpr uint32_t A = 0xff102030, B = 0x80405060, C = 0x00000000, D = 0x11223344;
 
 Bytes Pack(const std::vector<uint32_t>& pixels, uint32_t after) {
-    Bytes out(RunPackBound(pixels.size()));
-    out.resize(PackRun(pixels.data(), pixels.size(), after, out.data()));
+    Bytes out(PackRowBound(pixels.size()));
+    out.resize(PackRow(pixels.data(), pixels.size(), after, out.data()));
     return out;
+}
+
+// Decodes exactly count pixels from one buffer: the bytes used, or -1 when short.
+int64_t Decode(const Bytes& in, size_t size, uint32_t* out, size_t count) {
+    RunUnpacker state;
+    size_t used = 0;
+    return RunUnpack(&state, in.data(), size, &used, out, count) == count ? int64_t(used) : -1;
 }
 
 // A unit's bytes: the control byte then pixels in memory order.
@@ -127,7 +135,7 @@ TEST(RunLength, ProjectWriterFlushesAfterTheRowThatPassesItsLimit) {
 TEST(RunLength, DecoderTakesEveryUnitKindAcrossAnyBoundary) {
     Bytes data = Join({Unit(-128, {}), Unit(1, {A, B}), Unit(-4, {C}), Unit(-128, {}), Unit(0, {D})});
     std::vector<uint32_t> out(8, 7);
-    EXPECT_EQ(UnpackRun(data.data(), data.size(), out.data(), 8), int64_t(data.size()));
+    EXPECT_EQ(Decode(data, data.size(), out.data(), 8), int64_t(data.size()));
     EXPECT_EQ(out, (std::vector<uint32_t>{A, B, C, C, C, C, C, D}));
     // Fed one byte at a time into rooms of three pixels, the result is the same.
     RunUnpacker state;
@@ -144,8 +152,8 @@ TEST(RunLength, DecoderTakesEveryUnitKindAcrossAnyBoundary) {
     }
     EXPECT_EQ(pieces, out);
     // Data that ends inside a pixel, or before enough pixels, is short.
-    EXPECT_EQ(UnpackRun(data.data(), data.size() - 1, out.data(), 8), -1);
-    EXPECT_EQ(UnpackRun(data.data(), data.size(), out.data(), 9), -1);
+    EXPECT_EQ(Decode(data, data.size() - 1, out.data(), 8), -1);
+    EXPECT_EQ(Decode(data, data.size(), out.data(), 9), -1);
 }
 
 TEST(RunLength, RandomImagesRoundTrip) {
@@ -156,10 +164,18 @@ TEST(RunLength, RandomImagesRoundTrip) {
         Collector c;
         int64_t n = WriteRunRows(c.Sink(), image.data(), width, height, ProjectFlushAt(width));
         ASSERT_EQ(n, int64_t(c.Data.size()));
-        ASSERT_LE(c.Data.size(), RunPackBound(size_t(width)) * height);
+        ASSERT_LE(c.Data.size(), PackRowBound(size_t(width)) * height);
         std::vector<uint32_t> back(image.size());
-        ASSERT_EQ(UnpackRun(c.Data.data(), c.Data.size(), back.data(), back.size()), n) << "seed " << seed;
+        ASSERT_EQ(Decode(c.Data, c.Data.size(), back.data(), back.size()), n) << "seed " << seed;
         ASSERT_EQ(back, image) << "seed " << seed;
+        // The store's strict decoder agrees, and finds no unit crossing a row.
+        EXPECT_EQ(CheckRect(c.Data.data(), c.Data.size(), width, height), 1);
+        // Where the last pixel differs from what follows, a row is the store's own code.
+        Bytes store(PackBound(size_t(width)));
+        store.resize(PackRun(image.data(), size_t(width), store.data()));
+        EXPECT_EQ(
+            Pack(std::vector<uint32_t>(image.begin(), image.begin() + width), ~image[size_t(width) - 1]),
+            store);
     }
 }
 

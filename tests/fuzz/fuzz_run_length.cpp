@@ -1,6 +1,8 @@
-// Decodes any bytes as run-length pixels, whole and in pieces (which must agree), and
-// checks that any pixels survive packing and unpacking unchanged.
+// Decodes any bytes as run-length pixels, whole and in pieces (which must agree, and
+// agree with the store's strict decoder where it accepts the bytes), and checks that
+// any pixels survive packing and unpacking unchanged.
 #include "files/run_length.h"
+#include "store/tile_pack.h"
 
 #include <cstdint>
 #include <cstring>
@@ -12,8 +14,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
     size_t want = size_t(data[0]) << 8 | data[1];
     data += 2, size -= 2;
-    std::vector<uint32_t> whole(want + 1), pieces(want + 1);
-    int64_t used = UnpackRun(data, size, whole.data(), want);
+    std::vector<uint32_t> whole(want + 1), pieces(want + 1), strict(want + 1);
+    RunUnpacker once;
+    size_t usedBytes = 0;
+    int64_t used =
+        RunUnpack(&once, data, size, &usedBytes, whole.data(), want) == want ? int64_t(usedBytes) : -1;
+    if (UnpackRun(data, size, strict.data(), want) == 1 &&
+        (used != int64_t(size) || std::memcmp(strict.data(), whole.data(), want * 4) != 0))
+        __builtin_trap();
 
     RunUnpacker state;
     size_t produced = 0, pos = 0;
@@ -35,11 +43,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     size_t count = size / 4;
     std::vector<uint32_t> pixels(count + 1);
     for (size_t i = 0; i < count; i++) pixels[i] = data[i * 4] % 3 == 0 ? 7u : uint32_t(data[i * 4 + 1] & 3);
-    std::vector<uint8_t> packed(RunPackBound(count) + 1);
-    size_t n = PackRun(pixels.data(), count, size ? data[0] : 0u, packed.data());
-    if (n > RunPackBound(count)) __builtin_trap();
+    std::vector<uint8_t> packed(PackRowBound(count) + 1);
+    size_t n = PackRow(pixels.data(), count, size ? data[0] % 3u : 0u, packed.data());
+    if (n > PackRowBound(count)) __builtin_trap();
     std::vector<uint32_t> back(count + 1);
-    if (UnpackRun(packed.data(), n, back.data(), count) != int64_t(n)) __builtin_trap();
+    if (UnpackRun(packed.data(), n, back.data(), count) != 1) __builtin_trap();
     if (count && std::memcmp(back.data(), pixels.data(), count * 4) != 0) __builtin_trap();
     return 0;
 }
