@@ -139,6 +139,7 @@ int LoadImageFile(const char* path, Bitmap* bitmap, int what) {
         Alert(text);
         return -1;
     }
+    if (!bitmap) return -1;
     ClearFileError();
     int result = -1;
     bool taken = false;
@@ -175,6 +176,7 @@ int LoadImageFile(const char* path, Bitmap* bitmap, int what) {
 // ---- Saving -------------------------------------------------------------------------------
 
 int SaveImageAs(const char* path, const Bitmap* bitmap) {
+    if (!path || !bitmap) return -1;
     ClearFileError();
     int mode = FileFormat;
     int (*write)(const char*, const Bitmap*) = nullptr;
