@@ -1,3 +1,5 @@
+// Sections: libpng's jump point and handlers; the header test; the reader; the exact
+// palette; the writer.
 #include "files/png_format.h"
 
 #include "files/format_settings.h"
