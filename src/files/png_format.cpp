@@ -140,6 +140,12 @@ int ReadPngStream(FILE* file, Bitmap* bitmap) {
         png_init_io(job.Png, file);
         png_set_user_limits(job.Png, MAX_IMAGE_SIDE, MAX_IMAGE_SIDE);
         png_set_chunk_malloc_max(job.Png, 8 << 20);
+        // Chunks we don't use are skipped unread: libpng would otherwise allocate a text
+        // chunk's claimed length, up to 2 GB, before finding the file too short.
+        static const png_byte Ignored[] = "bKGD\0cHRM\0eXIf\0gAMA\0hIST\0iCCP\0iTXt\0oFFs\0pCAL\0pHYs\0"
+                                          "sBIT\0sCAL\0sPLT\0sRGB\0tEXt\0tIME\0zTXt";
+        png_set_keep_unknown_chunks(job.Png, PNG_HANDLE_CHUNK_NEVER, nullptr, 0);
+        png_set_keep_unknown_chunks(job.Png, PNG_HANDLE_CHUNK_NEVER, Ignored, int(sizeof Ignored / 5));
         ReadRows(&job, bitmap);
     }
     std::free(job.Rows);
