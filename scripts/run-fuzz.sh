@@ -1,15 +1,18 @@
 #!/bin/sh
-# Runs every fuzz target of BUILD_DIR for SECONDS each: first over its checked-in
-# regression inputs, then over a working copy of its seed corpus. Fails if any target
-# crashes, leaks, runs out of memory or hangs; what it found is left in
-# BUILD_DIR/fuzz-artifacts/<target>/ to be turned into a fix and a regression input.
+# Runs every fuzz target of BUILD_DIR (or only the TARGETs named) for SECONDS each:
+# first over its checked-in regression inputs, then over a working copy of its seed
+# corpus. Fails if any target crashes, leaks, runs out of memory or hangs; what it
+# found is left in BUILD_DIR/fuzz-artifacts/<target>/ to be turned into a fix and a
+# regression input.
 set -u
-if [ $# -ne 2 ]; then
-    echo "usage: $0 BUILD_DIR SECONDS" >&2
+if [ $# -lt 2 ]; then
+    echo "usage: $0 BUILD_DIR SECONDS [TARGET...]" >&2
     exit 2
 fi
 build=$1
 seconds=$2
+shift 2
+only="$*"
 root=$(cd "$(dirname "$0")/.." && pwd)
 failed=""
 
@@ -25,6 +28,7 @@ max_len() {
 
 for src in "$root"/tests/fuzz/*.cpp; do
     target=$(basename "$src" .cpp)
+    case " ${only:-$target} " in *" $target "*) ;; *) continue ;; esac
     binary="$build/$target"
     if [ ! -x "$binary" ]; then
         echo "run-fuzz: $binary is missing; build with -DNEMU_FUZZ=ON first" >&2
