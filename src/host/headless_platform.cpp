@@ -97,6 +97,12 @@ void Blit(const Bitmap* bitmap, int sx, int sy, int dx, int dy, int w, int h) {
 }
 
 void Flush() {}
+
+bool ReadPixel(int x, int y, uint32_t* colour) {
+    if (!H.Screen || x < 0 || y < 0 || x >= H.Screen->Width || y >= H.Screen->Height) return false;
+    *colour = H.Screen->Pixels[size_t(y) * size_t(H.Screen->Width) + size_t(x)];
+    return true;
+}
 void ScreenSize(int* width, int* height) {
     *width = H.Screen ? H.Screen->Width : 0;
     *height = H.Screen ? H.Screen->Height : 0;
@@ -142,6 +148,7 @@ const PlatformOps Table = {
     "headless", Open, Close, Peek, Wait, Post, Qualifiers, TabletPresent, TabletPackets, Blit, Flush,
     ScreenSize, ClientSize, ClientOrigin, SetPointerShape, WarpPointer, SetTitle, Iconify, SetFullScreen,
     Raise, Lower, Beep, ClipboardSetText, ClipboardGetText, ClipboardSetImage, ClipboardGetImage, nullptr,
+    ReadPixel,
 };
 
 } // namespace

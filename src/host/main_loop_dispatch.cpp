@@ -2,14 +2,17 @@
 // computed from pointer speed.
 //
 // Sections: remote commands and pictures; DispatchInput; UpdatePointerState;
-// DispatchTool; SpeedPressure; hooks and input locks.
+// DispatchTool and the stroke commit; SpeedPressure; hooks and input locks.
 #include "host/input.h"
 #include "host/platform.h"
 #include "host/main_loop.h"
 #include "host/screen.h"
-#include "paint/colour.h"
+#include "paint/draw_modes.h"
+#include "paint/pens.h"
+#include "paint/tools.h"
 #include "script/command_host.h"
 #include "store/bitmap.h"
+#include "store/undo.h"
 #include "ui/window.h"
 
 #include <cmath>
@@ -35,7 +38,7 @@ static void TakePicture(Bitmap* picture) {
     // resize the page or scale the picture needs the dialog of the toolkit.
     if (Page) {
         CopyRectClipped(picture, 0, 0, Page, 0, 0, picture->Width, picture->Height);
-        PageVersion++;
+        CommitWholePage();
         RefreshAll();
     }
     FreeBitmap(picture);
@@ -132,6 +135,7 @@ int UpdatePointerState(const InputMsg* msg, int forTools) {
     WindowPointerX = int16_t(WindowPointerFX >> 16);
     WindowPointerY = int16_t(WindowPointerFY >> 16);
     ScreenToPage(WindowPointerFX, WindowPointerFY, &PointerFX, &PointerFY);
+    SnapToGrid(&PointerFX, &PointerFY);
     PointerX = int16_t(PointerFX >> 16);
     PointerY = int16_t(PointerFY >> 16);
     int result = 0;
@@ -160,15 +164,16 @@ int UpdatePointerState(const InputMsg* msg, int forTools) {
 
 // ---- DispatchTool --------------------------------------------------------------------------------
 
-// The stand-in tool until the tool modes exist: while the left button is held, a dot of
-// APen under the pointer, shown at once.
-static void PlotPointerDot() {
-    if (!LeftHeld || !Page || !Screen) return;
-    int x = PointerX, y = PointerY;
-    if (x < 0 || y < 0 || x >= PageWidth || y >= PageHeight) return;
-    Page->Pixels[size_t(y) * Page->Width + x] = APen;
-    PageVersion++;
-    ShowPageRect(Page, x, y, Screen, x, y, 1, 1);
+// The hook between the tools and undo: a fresh press ends the last stroke and keeps its
+// state for undo, unless wet paint is kept over strokes and nothing asked for a commit.
+static void StrokeCommit() {
+    if (ToolIsPassive || WetKeep == 2 || !ToolState.CommitAllowed) return;
+    const bool left = LeftPressed && !RightHeld && (DrawMode == 13 || WetKeep == 0 || MustCommit);
+    const bool right = RightPressed && !LeftHeld;
+    if (!left && !right) return;
+    BeginStrokeCommit();
+    MustCommit = left ? 0 : 1;
+    if (WetMode) ClearWet();
 }
 
 void DispatchTool() {
@@ -181,8 +186,8 @@ void DispatchTool() {
     }
     if (!LeftHeld && !RightHeld) SetPointerShape(WindowAt(WindowPointerX, WindowPointerY) ? 0 : 1);
     if (CurrentWindow && (LeftHeld || RightHeld)) return;
-    // The stroke commit of the undo store hooks in here, before the tool runs.
-    if (!PointerHook || PointerHook() == 42) PlotPointerDot();
+    StrokeCommit();
+    if (!PointerHook || PointerHook() == 42) RunToolMode();
 }
 
 // ---- SpeedPressure -------------------------------------------------------------------------------
@@ -233,7 +238,7 @@ static int32_t HookSavedPassive = 0;
 static int32_t LockSavedShape = -1;
 
 void SetPointerHook(PointerHookFn function, HookFn endFunction) {
-    // Cancelling the current tool joins here with the tool modes.
+    CancelTool(ToolMode);
     if (function) {
         if (PointerHook) SetPointerHook(nullptr, nullptr);
         PointerHook = function;

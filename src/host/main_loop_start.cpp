@@ -13,8 +13,11 @@
 #include "project/compose.h"
 #include "project/layers.h"
 #include "project/mixer.h"
+#include "paint/pens.h"
+#include "paint/tools.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
+#include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
@@ -178,6 +181,7 @@ int ResizePageBuffers(int width, int height) {
     WetBuffer = wet;
     PageWidth = width;
     PageHeight = height;
+    PageSizeChanged();
     if (Screen && !ScreenAllocBuffers()) return 0;
     return 1;
 }
@@ -209,11 +213,6 @@ void ReadMainSettings() {
     char temp[4096];
     ConfigGet("Main", "temp", temp, "", sizeof temp);
     if (*temp) TempDir = WithSlash(temp);
-}
-
-// Identity: what the curve maker gives for equal control values, as the start values are.
-static void IdentityCurve(uint8_t* table) {
-    for (int i = 0; i < 256; i++) table[i] = uint8_t(i);
 }
 
 static int FailStart(uint32_t message) {
@@ -265,11 +264,11 @@ int AppStart() {
     if (!ScreenAllocBuffers()) return FailStart(1000);
     PlatformRaise();
 
-    IdentityCurve(PressureCurve);
+    MakeCurve(255, 255, PressureCurve);
     DrainInput();
     RefreshAll();
     BuildLumaTables();
-    IdentityCurve(SpeedCurve);
+    MakeCurve(0, 0, SpeedCurve);
     SpeedScale = 35;
     BuildDrawTables();
     SetPointerShape(2);
@@ -296,8 +295,16 @@ int AppStart() {
     RemoteOpen(); // without it the program works on; it has said why on stderr
 
     APen = 0xFFFF0000;
+    ColourChanged();
+    // The freehand tool with the round pen of radius 3, until the settings say otherwise.
+    SelectToolMode(TOOL_FREEHAND);
+    SetPen(PenRound);
+    SetPenSize(3);
     SetLayerMode();
     SetPointerShape(2);
+    LoadPensSettings();
+    LoadPressureSettings();
+    LoadToolSettings();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
@@ -308,6 +315,9 @@ int AppStart() {
 void AppFinish() {
     SetPointerShape(2);
     if (SaveConfigOn) {
+        SavePensSettings();
+        SavePressureSettings();
+        SaveToolSettings();
         ConfigSetInt("Main", "WIN_X", MainPanelX);
         ConfigSetInt("Main", "WIN_Y", MainPanelY);
     }
@@ -335,6 +345,7 @@ int AppMain() {
 void Cleanup() {
     // Windows, plug-ins, brushes, the project and the cache file join this list, in this
     // order, as they come: each is safe to free when it was never made.
+    if (Screen) CancelTool(ToolMode);
     CloseInputQueues();
     if (WaitTimer) {
         PlatformKillTimer(WaitTimer);
@@ -352,6 +363,8 @@ void Cleanup() {
     FreeBitmap(BackPage);
     FreeBitmap(SparePage);
     Page = PageBase = BackPage = SparePage = nullptr;
+    if (CurrentStamp) FreeStamp(CurrentStamp);
+    CurrentStamp = nullptr;
     std::free(WetBuffer);
     std::free(ScratchList);
     WetBuffer = ScratchList = nullptr;

@@ -256,6 +256,9 @@ int PlatformTabletPackets(TabletPacket* out, int max) { return Ops ? Ops->Tablet
 void PlatformBlit(const Bitmap* bitmap, int sx, int sy, int dx, int dy, int w, int h) {
     if (Ops) Ops->Blit(bitmap, sx, sy, dx, dy, w, h);
 }
+bool PlatformReadPixel(int x, int y, uint32_t* colour) {
+    return Ops && Ops->ReadPixel && Ops->ReadPixel(x, y, colour);
+}
 void PlatformFlush() {
     if (Ops) Ops->Flush();
 }

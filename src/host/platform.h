@@ -134,6 +134,10 @@ int PlatformTabletPackets(TabletPacket* out, int max);
 void PlatformBlit(const Bitmap* bitmap, int sx, int sy, int dx, int dy, int w, int h);
 // Makes what was blitted visible (a no-op where blits are immediate).
 void PlatformFlush();
+// What the window shows at (x, y) of its client area, 0xAARRGGBB, as the back end last
+// drew it; false when the back end keeps no copy of its window (X11 without shared
+// memory) or the point lies outside it. Tests and scripts read the display with it.
+bool PlatformReadPixel(int x, int y, uint32_t* colour);
 void PlatformScreenSize(int* width, int* height); // the whole display
 void PlatformClientSize(int* width, int* height); // the main window
 void PlatformClientOrigin(int* x, int* y); // client area on the display

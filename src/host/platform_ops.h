@@ -34,6 +34,9 @@ struct PlatformOps {
     int (*ClipboardSetImage)(const Bitmap* bitmap);
     Bitmap* (*ClipboardGetImage)();
     uint32_t (*DoubleClickTime)(); // milliseconds; null: the common default
+    // What the window shows at a point, where the back end keeps a copy of what it drew;
+    // null, or false, where it does not.
+    bool (*ReadPixel)(int x, int y, uint32_t* colour);
 };
 
 const PlatformOps* HeadlessOps();

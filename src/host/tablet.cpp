@@ -5,6 +5,8 @@
 
 #include "host/main_loop.h"
 
+#include <cstdint>
+
 namespace nemu {
 
 int32_t ForceTablet = 0;
@@ -12,6 +14,7 @@ int32_t TabletDisabled = 0;
 int32_t HeldPressure = 0;
 int32_t HeldCount = 0;
 int32_t LastCursor = -1;
+int32_t NormalBase = 0, NormalRange = 0;
 
 // Packets taken at once; the rest of a burst is dropped, as the device reports far faster
 // than records are made.
@@ -23,10 +26,21 @@ void TabletInfoChanged() {
     LastCursor = -1;
 }
 
-static int32_t RawPressure(const TabletPacket& p) {
+// The pressure axis of the cursor in use. Each packet carries its device's axis, so a
+// second tablet, the pen's other end, or a device that changed is read from the packet.
+static void ReadAxes(const TabletPacket& p) {
     int64_t range = int64_t(p.PressureMax) - p.PressureMin;
-    if (range <= 0) return 0;
-    int64_t v = ((int64_t(p.Pressure) - p.PressureMin) * 255 + range / 2) / range;
+    if (int32_t(p.Cursor) == LastCursor && p.PressureMin == NormalBase && range == NormalRange) return;
+    NormalBase = p.PressureMin;
+    NormalRange = range > 0 && range <= INT32_MAX ? int32_t(range) : 0;
+    LastCursor = int32_t(p.Cursor);
+}
+
+// The raw pressure on 0..255 by a rounded multiply and divide; 0 without a range.
+static int32_t RawPressure(const TabletPacket& p) {
+    if (NormalRange <= 0) return 0;
+    int64_t range = NormalRange;
+    int64_t v = ((int64_t(p.Pressure) - NormalBase) * 255 + range / 2) / range;
     if (v < 0) return 0;
     if (v > 255) return 255;
     return int32_t(v);
@@ -53,9 +67,10 @@ int TabletMerge(int32_t* x, int32_t* y, int32_t* pressureHigh, int32_t* pressure
     const TabletPacket& p = packets[0];
     int ox = 0, oy = 0;
     PlatformClientOrigin(&ox, &oy);
-    *x = p.X - ox * 65536;
-    *y = p.Y - oy * 65536;
-    LastCursor = int32_t(p.Cursor);
+    auto fit = [](int64_t v) { return int32_t(v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : v); };
+    *x = fit(int64_t(p.X) - int64_t(ox) * 65536);
+    *y = fit(int64_t(p.Y) - int64_t(oy) * 65536);
+    ReadAxes(p);
     *azimuth = p.Azimuth;
     *altitude = 900 - p.Altitude;
     int32_t pressure = PressureCurve[RawPressure(p)];

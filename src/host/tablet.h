@@ -12,6 +12,8 @@ extern int32_t TabletDisabled; // start-up key Tablet=no: packets are never read
 extern int32_t HeldPressure;   // last good pressure
 extern int32_t HeldCount;      // records that may still reuse it when packets pause
 extern int32_t LastCursor;     // cursor whose axes were last read, -1 for none
+extern int32_t NormalBase;     // its pressure axis: minimum,
+extern int32_t NormalRange;    // and maximum minus minimum (0: no usable axis)
 
 // Merges the tablet into a record; returns non-zero when the pen's second end is in use.
 // native is the message for pointer, button and wheel records, null for the others.

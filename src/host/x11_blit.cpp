@@ -130,6 +130,26 @@ bool X11ShmActive() {
     return B.Image != nullptr;
 }
 
+bool X11ReadPixel(int x, int y, uint32_t* colour) {
+    XImage* image = B.Image;
+    if (!image || x < 0 || y < 0 || x >= image->width || y >= image->height) return false;
+    const PixelLayout& l = B.ImageLayout;
+    const int bytes = l.BitsPerPixel / 8;
+    const auto* p = reinterpret_cast<const uint8_t*>(image->data) + size_t(y) * size_t(image->bytes_per_line) +
+                    size_t(x) * size_t(bytes);
+    uint32_t v = 0;
+    for (int k = 0; k < bytes; k++) v |= uint32_t(p[k]) << (l.MsbFirst ? 8 * (bytes - 1 - k) : 8 * k);
+    // Each channel back to 8 bits, as ConvertPixels placed it; the window is opaque.
+    auto channel = [v](uint32_t mask) {
+        if (!mask) return 0u;
+        uint32_t c = (v & mask) >> std::countr_zero(mask);
+        int bits = std::popcount(mask);
+        return bits >= 8 ? c >> (bits - 8) : (c << (8 - bits)) | (c >> (2 * bits - 8 > 0 ? 2 * bits - 8 : 0));
+    };
+    *colour = 0xFF000000u | channel(l.RedMask) << 16 | channel(l.GreenMask) << 8 | channel(l.BlueMask);
+    return true;
+}
+
 static void FreeSharedImage() {
     if (!B.Image) return;
     WaitForServer();

@@ -345,6 +345,7 @@ static const PlatformOps Table = {
     X11ClipboardSetImage,
     X11ClipboardGetImage,
     X11DoubleClickTime,
+    X11ReadPixel,
 };
 
 const PlatformOps* X11Ops() {

@@ -215,6 +215,8 @@ void X11Flush();
 void X11ShmCompleted();
 int X11ShmCompletionType(); // the event number of a finished shared-memory put, -1 without
 bool X11ShmActive();        // whether the shared image is in use
+// A pixel of the shared image, which holds what was last put at each place of the window.
+bool X11ReadPixel(int x, int y, uint32_t* colour);
 
 // ---- Selections, clipboard and drops -----------------------------------------------------
 // A malloc'd block of bytes that frees itself; growing it fails with false, never throws.

@@ -320,7 +320,7 @@ RefreshFn SelectRefresh(Stamp*, int32_t useBPen) {
 int SetDrawMode(int32_t mode) {
     if (mode < 0 || mode > 17 || mode == 10) return -1;
     if ((mode == 2 || mode == 13) && !SparePage) return -1;
-    CancelCurrentTool();
+    CancelTool(ToolMode);
     DrawMode = mode;
     if (mode == 3) MakeColorizeRamp();
     if (mode == 12) MakeTintHue();

@@ -98,7 +98,7 @@ int InstallStamp(Stamp* stamp) {
 }
 
 int ApplyPen() {
-    CancelCurrentTool();
+    CancelTool(ToolMode);
     if (Pen < 0 || Pen > 9) Pen = PenRound;
     PenKind = PenRows[Pen].Kind;
     WetMode = PenRows[Pen].Wet ? 1 : 0;

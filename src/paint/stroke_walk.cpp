@@ -10,6 +10,7 @@
 #include "paint/pens.h"
 #include "paint/tools.h"
 #include "store/bitmap.h"
+#include "store/undo.h"
 
 namespace nemu {
 
@@ -166,7 +167,7 @@ int PaintLine(Stamp* stamp, int32_t fx0, int32_t fy0, int32_t fx1, int32_t fy1, 
     WalkStroke(stamp, x0, y0, x1, y1, Page, colour, useBPen, first, op0, op1);
     AddDirty(std::min(x0, x1), std::min(y0, y1), std::max(x0, x1) + stamp->Width,
              std::max(y0, y1) + stamp->Height);
-    NotePageChanged();
+    MarkPageChanged();
     return 0;
 }
 
@@ -209,7 +210,7 @@ int PaintCurve(Stamp* stamp, const int32_t p[6], uint32_t colour, int32_t useBPe
         int32_t x0 = Pixel(c.P[0]), y0 = Pixel(c.P[1]), x1 = Pixel(c.P[4]), y1 = Pixel(c.P[5]);
         AddDirty(std::min(x0, x1) - 1, std::min(y0, y1) - 1, std::max(x0, x1) + stamp->Width + 1,
                  std::max(y0, y1) + stamp->Height + 1);
-        NotePageChanged();
+        MarkPageChanged();
         WalkStroke(stamp, x0, y0, x1, y1, Page, colour, useBPen, isFirst, c.Op[0], c.Op[2]);
         isFirst = false;
     };

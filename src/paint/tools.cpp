@@ -7,6 +7,7 @@
 
 #include "host/main_loop.h"
 #include "store/bitmap.h"
+#include "store/undo.h"
 
 namespace nemu {
 
@@ -14,13 +15,11 @@ Stamp* CurrentStamp = nullptr;
 DirtyBox DirtyRect;
 uint32_t DirtyCount = 0;
 uint32_t DirtyLabelCount = 0;
-void (*MarkPageChangedHook)() = nullptr;
 int32_t ShiftArmed = 0;
 int32_t StrokeColourPicked = 0;
 int32_t WetMode = 0;
 int32_t MustCommit = 0;
 int32_t AbortDrawing = 0;
-void (*CancelToolHook)(int32_t mode) = nullptr;
 void (*ShowPageRectFn)(int32_t x, int32_t y, int32_t w, int32_t h) = nullptr;
 
 namespace {
@@ -95,20 +94,12 @@ void AddDirty(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     ++DirtyRect.Valid;
     ++DirtyCount;
     ++DirtyLabelCount;
-}
-
-void NotePageChanged() {
-    ++PageVersion;
-    if (MarkPageChangedHook) MarkPageChangedHook();
+    ++PreviewStale;
 }
 
 void AddDirtyAndMark(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     AddDirty(x0, y0, x1, y1);
-    NotePageChanged();
-}
-
-void CancelCurrentTool() {
-    if (CancelToolHook) CancelToolHook(ToolMode);
+    MarkPageChanged();
 }
 
 void RefreshPageRect(int32_t x, int32_t y, int32_t w, int32_t h) {

@@ -13,6 +13,7 @@
 #include "store/bitmap.h"
 #include "store/cache_file.h"
 #include "store/tile_store.h"
+#include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
 
@@ -265,6 +266,7 @@ int InitLayers() {
     PageLayerId = Layers[0].Id;
     MixerB = Page;
     OnionCompose = ComposeWithMixer;
+    LayerUndoHook = LayerUndo;
     return 1;
 }
 
@@ -280,6 +282,7 @@ void FreeLayers() {
     FreeLayerClipboard();
     FreeDisplayBuffers();
     if (OnionCompose == ComposeWithMixer) OnionCompose = nullptr;
+    if (LayerUndoHook == LayerUndo) LayerUndoHook = nullptr;
     DisplayFlags &= ~MixBits;
 }
 

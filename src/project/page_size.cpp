@@ -12,6 +12,7 @@
 #include "project/mixer.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
+#include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
@@ -124,7 +125,7 @@ int32_t LoadPageSizes() {
 
 int ChangePageSize(int32_t width, int32_t height, int keepContents) {
     if (width < 1 || height < 1) return 0;
-    if (SparePage && !AskYesNo(MsgGet(nullptr, 1422), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002))) return 0;
+    if (!ConfirmPageSizeChange()) return 0;
     // The project file that would carry the layers across is not there yet: say that the
     // contents go, and let the user decide.
     if (keepContents && !AskYesNo(MsgGet(nullptr, 1440), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002)))
@@ -134,9 +135,7 @@ int ChangePageSize(int32_t width, int32_t height, int keepContents) {
     FreeLayers();
     DropMixer();
     FreeDisplayBuffers();
-    FreeBitmap(SparePage);
-    SparePage = nullptr;
-    int result = 1;
+    int result = 1; // the spare goes with the old size, as the page buffers change
     if (!ResizePageBuffers(width, height)) {
         AlertMsg(1000);
         result = -1;

@@ -9,5 +9,7 @@ extern const ScriptCommand ProgramCommands[];
 extern const ScriptCommand DrawingCommands[];
 extern const ScriptCommand ColourCommands[];
 extern const ScriptCommand LayerCommands[];
+extern const ScriptCommand ToolCommands[];
+extern const ScriptCommand UndoCommands[];
 
 } // namespace nemu

@@ -3,12 +3,17 @@
 
 namespace nemu {
 
+// One family a line, so that families added side by side merge cleanly.
+// clang-format off
 const ScriptCommand* const CommandFamilies[] = {
     ProgramCommands,
     DrawingCommands,
     ColourCommands,
     LayerCommands,
+    ToolCommands,
+    UndoCommands,
     nullptr,
 };
+// clang-format on
 
 } // namespace nemu

@@ -35,13 +35,15 @@ void ShowPageArea(int x, int y, int w, int h) {
 uint32_t DisplayPixelAt(int x, int y) {
     if (!Page || PageX == -1000 || PageY == -1000) return 0;
     if (x < 0 || y < 0 || x >= PageWidth || y >= PageHeight) return 0;
-    // The headless screen holds exactly what was shown; a window system's screen cannot
-    // be read back cheaply, so there the pixel is composed as the display would show it.
-    if (const Bitmap* screen = HeadlessScreen()) {
-        int64_t sx = int64_t(PageX) + x, sy = int64_t(PageY) + y;
-        if (sx < 0 || sy < 0 || sx >= screen->Width || sy >= screen->Height) return 0;
-        return screen->Pixels[sy * screen->Width + sx];
-    }
+    // Where the back end keeps a copy of its window (the headless screen, X11's shared
+    // image), the answer is what was really shown there, previews included; elsewhere the
+    // pixel is composed as the display would show it.
+    uint32_t shown = 0;
+    int64_t sx = int64_t(PageX) + x, sy = int64_t(PageY) + y;
+    if (sx >= INT32_MIN && sx <= INT32_MAX && sy >= INT32_MIN && sy <= INT32_MAX &&
+        PlatformReadPixel(int(sx), int(sy), &shown))
+        return shown;
+    if (HeadlessScreen()) return 0; // off the headless screen: nothing shows there
     uint32_t word = 0;
     Bitmap one;
     InitBitmap(&one, 1, 1, &word);

@@ -111,3 +111,19 @@ TEST(Program, HelpDocumentsEveryOption) {
     for (const char* option : {"--headless", "--size", "-c TEXT", "--script", "--help", "--serve", "files"})
         EXPECT_NE(r.Output.find(option), std::string::npos) << option;
 }
+
+TEST(Program, BatchCommandsPaintWithTheToolsAndReadThePaintBack) {
+    ProgramRun r = Nemu("--headless -c '[om_aeropen 20] [om_line 10 10 300 200 0] [om_getpixel 150 100]'");
+    EXPECT_EQ(r.Status, 0);
+    int red = -1, green = -1, blue = -1, alpha = -1;
+    ASSERT_EQ(std::sscanf(r.Output.c_str(), "[][][%d %d %d %d]\n", &red, &green, &blue, &alpha), 4)
+        << r.Output;
+    // Red airbrush on a clear page: premultiplied, so red and alpha are equal.
+    EXPECT_GT(alpha, 64);
+    EXPECT_EQ(red, alpha);
+    EXPECT_EQ(green, 0);
+    EXPECT_EQ(blue, 0);
+    // The line misses this point; undo takes the whole line back.
+    r = Nemu("--headless -c '[om_line 10 10 300 200 0] [om_getpixel 150 150] [om_undo] [om_getpixel 10 10]'");
+    EXPECT_EQ(r.Output, "[][0 0 0 0][][0 0 0 0]\n");
+}

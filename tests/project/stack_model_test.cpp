@@ -59,11 +59,7 @@ class StackModelTest : public ProjectTest {
     }
     // What the press of a stroke does: the stroke before becomes final, and the next undo
     // means the page.
-    static void Press() {
-        if (DirtyRect.Valid) CopyBitmap(Page, BackPage);
-        DirtyRect.Valid = 0;
-        MarkPageChanged();
-    }
+    static void Press() { BeginStrokeCommit(); }
     std::string Describe() {
         std::ostringstream s;
         for (int32_t i = 0; i < LayerCount; i++) {
