@@ -226,7 +226,7 @@ int LayerPaste(int replace) {
     if (!layer->Clip) {
         // A plain layer takes the clipboard's first picture as a change of the page, which
         // the page's own undo takes back.
-        RefreshUndoPage();
+        SnapshotBackPage();
         LoadLayerImage(Page, board, board->FirstImage);
         AddDirtyAndMark(0, 0, PageWidth - 1, PageHeight - 1);
         MarkPageChanged();
@@ -379,7 +379,7 @@ int ClearImages(int useBackgroundPen) {
         return 1;
     }
     // One picture: a change of the page like a stroke over all of it, undone by the page.
-    RefreshUndoPage();
+    SnapshotBackPage();
     ClearBitmap(Page, colour);
     AddDirtyAndMark(0, 0, PageWidth - 1, PageHeight - 1);
     ClearLayerUndo();

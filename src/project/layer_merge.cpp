@@ -157,7 +157,7 @@ int MergeLayerInto(int32_t index) {
     if (!current->Clip && !other->Clip && current->FirstImage == other->FirstImage &&
         current->LastImage == other->LastImage) {
         // One picture into another: a change of the page, which the page's undo takes back.
-        RefreshUndoPage();
+        SnapshotBackPage();
         if (!LoadLayerImage(picture, other, other->FirstImage)) ClearBitmap(picture, 0);
         MergeBitmap(Page, picture, uint32_t(other->Density));
         FreeBitmap(picture);

@@ -50,6 +50,16 @@ TEST_F(LayerCommandsTest, CreateNamesIdsAndPositions) {
     EXPECT_EQ(RunScript("om_layercurrentid"), "3");
 }
 
+TEST_F(LayerCommandsTest, UndoTakesBackTheLayerStepAndRedoesIt) {
+    EXPECT_EQ(RunScript("[om_layercreate x] [om_layerrename 2 y] [om_undo]"), "[2][][]");
+    EXPECT_STREQ(Layers[0].Name, "x");
+    EXPECT_EQ(RunScript("[om_undo] [om_layerkill 2] [om_undo] [om_layergetpos 2]"), "[][][][0]");
+    EXPECT_STREQ(Layers[0].Name, "y");
+    // A stroke after the layer step is what the next undo means.
+    EXPECT_EQ(RunScript("[om_fastline 0 0 7 0 255 0 0 255] [om_undo] [om_getpixel 3 0]"), "[][][0 0 0 0]");
+    EXPECT_EQ(LayerCount, 2);
+}
+
 TEST_F(LayerCommandsTest, InfoFirstAndLastImage) {
     EXPECT_EQ(RunScript("om_layerinfo 1"), "Image 0 0 0 0");
     EXPECT_EQ(RunScript("[om_layerstretch 1 1 4] [om_layeranim] [om_layeronion 0 -3 2] [om_layerinfo]"),
