@@ -21,6 +21,7 @@
 #include "store/cache_file.h"
 #include "store/tile_pack.h"
 #include "store/tile_store.h"
+#include "store/undo.h"
 #include "ui/settings.h"
 
 #include <algorithm>
@@ -97,7 +98,7 @@ void BuildStack(int count) {
             ClearBitmap(Page, 0xFFF0E8D8);
         else
             PaintLayer(Page, uint32_t(i + 1));
-        NotePageChanged();
+        MarkPageChanged();
     }
     FlushPage();
 }
@@ -246,13 +247,13 @@ void BM_SelectImageWalk(benchmark::State& state) {
     }
     // A painted background held over 1000 images, with a small square that moves.
     PaintLayer(Page, 3);
-    NotePageChanged();
+    MarkPageChanged();
     Layers[0].LastImage = 999;
     MakeAnim(0, 1);
     for (int t = 0; t < 1000; t++) {
         SelectImage(t, 1);
         FillBox(Page, t, 500, t + 20, 520, 0xFFFF0000);
-        NotePageChanged();
+        MarkPageChanged();
     }
     SelectImage(0, 1);
     int t = 0;
