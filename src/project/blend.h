@@ -64,7 +64,7 @@ inline uint32_t BehindPixel(uint32_t p, uint32_t g) {
     return r;
 }
 
-// ---- Inline row forms, for loops that are built for vector units themselves ---------------------
+// ---- Inline row forms, for loops that are built for vector units themselves ------------------------------
 template <bool Full> inline void AddLayerRowForm(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
     for (size_t i = 0; i < n; i++) {
         uint32_t l;
@@ -103,7 +103,7 @@ inline void AddLayerRunInline(uint32_t* dst, uint32_t pixel, size_t n, uint32_t 
     }
 }
 
-// ---- Rows ---------------------------------------------------------------------------------------
+// ---- Rows ------------------------------------------------------------------------------------------------
 // n layer pixels (unaligned bytes in memory order) added to dst at density d.
 void AddLayerRow(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d);
 // One layer pixel repeated n times, added to dst at density d: the blend of a run unit.

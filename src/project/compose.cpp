@@ -11,7 +11,7 @@
 
 namespace nemu {
 
-// ---- State ----------------------------------------------------------------------------------------------
+// ---- State -----------------------------------------------------------------------------------------------
 
 uint32_t& BGP1 = BackColour;
 uint32_t& BGP2 = BackColour2;
@@ -45,7 +45,7 @@ void LayerTogglePelureMode() {
     Redisplay();
 }
 
-// ---- Loading a layer into a buffer ------------------------------------------------------------------------
+// ---- Loading a layer into a buffer -----------------------------------------------------------------------
 
 // The first picture into an empty buffer is loaded rather than blended, then scaled by its
 // density; what follows is blended over it.
@@ -70,8 +70,7 @@ static bool Visible(const Layer* layer, int32_t image) {
     return layer && !(layer->Flags & LayerHidden) && LayerPresent(layer, image);
 }
 
-// ---- The stack at one image
-// --------------------------------------------------------------------------------
+// ---- The stack at one image ------------------------------------------------------------------------------
 
 int ComposeImage(Bitmap* bitmap, int32_t image, bool withBackground) {
     if (!bitmap || bitmap->Width != PageWidth || bitmap->Height != PageHeight) return 0;
@@ -100,8 +99,7 @@ int GetLayerImageById(Bitmap* bitmap, uint32_t id, int32_t image) {
     return LoadLayerImage(bitmap, &Layers[index], image);
 }
 
-// ---- Background
-// ---------------------------------------------------------------------------------------------
+// ---- Background ------------------------------------------------------------------------------------------
 
 void ApplyBackground(Bitmap* bitmap, int32_t x0, int32_t y0) {
     if (!bitmap || !(DisplayFlags & BackgroundBits)) return;

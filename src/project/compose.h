@@ -11,7 +11,7 @@ namespace nemu {
 struct Bitmap;
 struct Layer;
 
-// ---- DisplayFlags bits of the composition (the word itself is the screen's) ---------------------------
+// ---- DisplayFlags bits of the composition (the word itself is the screen's) ------------------------------
 constexpr uint32_t BackgroundColourBit = 0x0004; // behind the page: BGP1
 constexpr uint32_t BackgroundCheckBit = 0x2000;  // behind the page: a check of BGP1 and BGP2
 constexpr uint32_t BackgroundBits = BackgroundColourBit | BackgroundCheckBit;
@@ -23,7 +23,7 @@ constexpr uint32_t MixBits = MixAboveBit | MixBelowBit | MixBothBit;
 constexpr uint32_t MixClearedBits = 0x07F0; // what a rebuild clears before it sets its own
 constexpr uint32_t DisplayTableBit = 0x1000;
 
-// ---- State ---------------------------------------------------------------------------------------------
+// ---- State -----------------------------------------------------------------------------------------------
 // The two background colours are the screen's own, under the names the layers use.
 extern uint32_t& BGP1;
 extern uint32_t& BGP2;
@@ -33,7 +33,7 @@ extern bool SafeAreaShown; // the safe-area frames are drawn above everything
 extern bool NeedAbove;     // what the last rebuild found: buffer A in use
 extern bool NeedBelow;     // and buffer C
 
-// ---- Stack --------------------------------------------------------------------------------------------
+// ---- Stack -----------------------------------------------------------------------------------------------
 // The whole stack at one image flattened into bitmap (of the page's size), with the
 // background behind it when withBackground is set. 1, or 0 when the page could not be
 // flushed first.
@@ -51,7 +51,7 @@ void SetCurrentDensity(int32_t density);
 // (*drawn clear), blended over it otherwise. *drawn is set.
 void AddLayerToBuffer(Layer* layer, Bitmap* buffer, int32_t image, bool* drawn);
 
-// ---- Editing view ------------------------------------------------------------------------------------
+// ---- Editing view ----------------------------------------------------------------------------------------
 // Fills buffers A and C for the current layer and image and sets the mixer bits; with
 // show set, the page is shown anew.
 void RebuildMix(bool show);
@@ -68,7 +68,7 @@ void DrawOnionImages(Layer* layer, Bitmap* buffer, int32_t t, bool current, bool
 // The two safe-area frames of a width by height picture into bitmap.
 void DrawSafeArea(Bitmap* bitmap);
 
-// ---- Display -----------------------------------------------------------------------------------------
+// ---- Display ---------------------------------------------------------------------------------------------
 // width by height pixels of source from (x, y) composed with the mixer buffers (read at
 // aboveX, aboveY) and the background, into target at (tx, ty). In bands of 16 rows.
 void DisplayRect(const Bitmap* source, int32_t x, int32_t y, Bitmap* target, int32_t tx, int32_t ty,
@@ -85,7 +85,7 @@ uint32_t MixPixel(uint32_t above, uint32_t page, uint32_t below, uint32_t d, uin
 // Frees the scan buffer; for a change of page size and the way down.
 void FreeDisplayBuffers();
 
-// ---- Background -------------------------------------------------------------------------------------
+// ---- Background ------------------------------------------------------------------------------------------
 // 0 none, 1 colour, 2 check. Only a real change redraws and marks the project changed.
 void SetBackgroundMode(int mode);
 void NextBackgroundMode();

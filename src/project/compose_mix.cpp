@@ -15,7 +15,7 @@
 
 namespace nemu {
 
-// ---- Needs ----------------------------------------------------------------------------------------------
+// ---- Needs -----------------------------------------------------------------------------------------------
 
 static bool Wanted(const Layer* layer, int32_t t) {
     return layer && !(layer->Flags & LayerHidden) && LayerPresent(layer, t);
@@ -72,8 +72,7 @@ static void DrawStackLayer(Layer* layer, Bitmap* buffer, int32_t t, bool* drawn)
     if (PelureMode == 0) AddLayerToBuffer(layer, buffer, t, drawn);
 }
 
-// ---- Safe area
-// ---------------------------------------------------------------------------------------------
+// ---- Safe area -------------------------------------------------------------------------------------------
 
 static void Plot(Bitmap* b, int32_t x, int32_t y, uint32_t colour) {
     if (x >= 0 && y >= 0 && x < b->Width && y < b->Height)
@@ -118,8 +117,7 @@ void DrawSafeArea(Bitmap* bitmap) {
     }
 }
 
-// ---- The rebuild
-// -----------------------------------------------------------------------------------------------
+// ---- The rebuild -----------------------------------------------------------------------------------------
 
 // Makes sure the needed buffers exist; when one cannot be had the whole stack goes first,
 // then the onion and frames, leaving the current layer alone on the screen.

@@ -17,7 +17,7 @@
 
 namespace nemu {
 
-// ---- The pixel forms --------------------------------------------------------------------------------------
+// ---- The pixel forms -------------------------------------------------------------------------------------
 // Written as selects between forms that are all worked out, so that a row runs on vector
 // units; each select keeps the exact form of its case, broken pixels included.
 
@@ -86,8 +86,7 @@ static inline uint32_t ThroughTables(uint32_t p) {
            uint32_t(MonitorRed[(p >> 16) & 255]) << 16 | uint32_t(MonitorAlpha[p >> 24]) << 24;
 }
 
-// ---- The band loop
-// ---------------------------------------------------------------------------------------------
+// ---- The band loop ---------------------------------------------------------------------------------------
 
 static Bitmap* ScanBuffer = nullptr; // 16 rows as wide as the page
 constexpr int32_t BandRows = 16;
@@ -155,8 +154,7 @@ void DisplayRect(const Bitmap* source, int32_t x, int32_t y, Bitmap* target, int
     }
 }
 
-// ---- The screen's hook
-// -----------------------------------------------------------------------------------------
+// ---- The screen's hook -----------------------------------------------------------------------------------
 
 // The screen composes the page with the buffers through this, then puts its background
 // behind the result.

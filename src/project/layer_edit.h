@@ -11,7 +11,7 @@
 
 namespace nemu {
 
-// ---- The time line's selection of images ----------------------------------------------------------
+// ---- The time line's selection of images -----------------------------------------------------------------
 // Positive length: images Start .. Start + Length - 1; negative: Start + Length .. Start;
 // 0: none. Cleared whenever the current layer changes.
 extern int32_t SelectionStart;
@@ -26,7 +26,7 @@ void SelectAllImages();
 extern Layer* LayerClipboard;
 void FreeLayerClipboard();
 
-// ---- Layers -----------------------------------------------------------------------------------------
+// ---- Layers ----------------------------------------------------------------------------------------------
 int DuplicateLayer(const char* name);
 int DuplicateLayerById(uint32_t id, const char* name);
 int DeleteCurrentLayer();
@@ -56,7 +56,7 @@ int StretchLayer(uint32_t id, int fromEnd, int32_t delta, int mode);
 int SetLayerOnion(uint32_t id, int32_t before, int32_t after);
 int ShiftLayer(uint32_t id, int32_t firstImage);
 
-// ---- Images -----------------------------------------------------------------------------------------
+// ---- Images ----------------------------------------------------------------------------------------------
 int LayerCopy();
 int LayerCut();
 int LayerPaste(int replace);
@@ -69,7 +69,7 @@ int ReverseSelection(uint32_t id, int32_t start, int32_t length);
 // Exchanges images first..last of a clip pairwise from both ends.
 int ReverseImages(Clip* clip, int32_t first, int32_t last);
 
-// ---- The video layer ----------------------------------------------------------------------------------
+// ---- The video layer -------------------------------------------------------------------------------------
 // A read-only clip under the stack that plays a video file. Opening one needs the video
 // reader; without it the open fails with message 10206 and nothing changes.
 int OpenVideoLayer(const char* path, int a, int b, int fields, int d);
@@ -83,7 +83,7 @@ int ShiftVideoLayer(int32_t firstImage);
 // The file requester's door for SelectVideoLayer: fills path and returns 1, or 0.
 extern int (*AskVideoFileHook)(char* path, int size);
 
-// ---- Merging ------------------------------------------------------------------------------------------
+// ---- Merging ---------------------------------------------------------------------------------------------
 // One pixel of another layer (at its density d) merged into the current layer's pixel by
 // the draw mode in force.
 uint32_t MergePixel(uint32_t current, uint32_t other, uint32_t d, int32_t drawMode);

@@ -22,7 +22,7 @@
 
 namespace nemu {
 
-// ---- Make animation ------------------------------------------------------------------------------------
+// ---- Make animation --------------------------------------------------------------------------------------
 
 // A full copy of layer whose picture is bitmap, for an undo slot; 0 without memory.
 static int CopyPlainLayer(const Layer* layer, const Bitmap* picture, Layer* copy) {
@@ -80,7 +80,7 @@ int EnsureAnim(int32_t index) {
     return layer && (layer->Clip || MakeAnim(index, 1));
 }
 
-// ---- The merge's pixels ---------------------------------------------------------------------------------
+// ---- The merge's pixels ----------------------------------------------------------------------------------
 
 static uint32_t MergeOver(uint32_t c, uint32_t o, uint32_t d) {
     return AddLayerPixel(c, o, d);

@@ -16,7 +16,7 @@
 
 namespace nemu {
 
-// ---- State and recording -----------------------------------------------------------------------------
+// ---- State and recording ---------------------------------------------------------------------------------
 
 int32_t UndoKind = NoLayerUndo;
 uint32_t UndoLayerId = 0;
@@ -50,7 +50,7 @@ void RecordLayerUndoMsg(int32_t kind, uint32_t message) {
     RecordLayerUndo(kind, MsgGet(nullptr, message));
 }
 
-// ---- Exchanging images ---------------------------------------------------------------------------------
+// ---- Exchanging images -----------------------------------------------------------------------------------
 
 // Appends shared copies of images [from, to) of source to target. 1, or 0.
 static int AppendImages(Clip* source, int32_t from, int32_t to, Clip* target) {
@@ -84,8 +84,7 @@ int ExchangeImages(Layer* layer, int32_t index, int32_t extent, Clip** other) {
     return 1;
 }
 
-// ---- The kinds
-// ------------------------------------------------------------------------------------------------
+// ---- The kinds -------------------------------------------------------------------------------------------
 
 static Layer* StepLayer() {
     return FindLayerById(UndoLayerId);
@@ -189,8 +188,7 @@ static const UndoFn UndoKinds[] = {
     UndoPresence, UndoRename, UndoClipSwap, UndoReverse, UndoVideoShift,
 };
 
-// ---- Undo
-// -------------------------------------------------------------------------------------------------------
+// ---- Undo ------------------------------------------------------------------------------------------------
 
 int LayerUndo() {
     if (UndoKind < 1 || UndoKind >= int32_t(std::size(UndoKinds)) || !Layers) return 0;

@@ -22,7 +22,7 @@
 
 namespace nemu {
 
-// ---- State --------------------------------------------------------------------------------------
+// ---- State -----------------------------------------------------------------------------------------------
 
 double FrameRate = 30.0;
 Layer* Layers = nullptr;
@@ -56,7 +56,7 @@ int AskText(uint32_t message, char* buffer, int size) {
     return answered;
 }
 
-// ---- Records -----------------------------------------------------------------------------------
+// ---- Records ---------------------------------------------------------------------------------------------
 
 static void CopyName(char* to, const char* from) {
     std::strncpy(to, from ? from : "", 127);
@@ -114,7 +114,7 @@ void SetProjectName(const char* path) {
     ProjectName[sizeof ProjectName - 1] = 0;
 }
 
-// ---- The stack -----------------------------------------------------------------------------------
+// ---- The stack -------------------------------------------------------------------------------------------
 
 // Room for one more record. The array always has one record beyond the capacity.
 static int GrowLayers() {
@@ -201,7 +201,7 @@ int RemoveLayer(int32_t index, int quiet, int keepData) {
     return 1;
 }
 
-// ---- Record moves ----------------------------------------------------------------------------------
+// ---- Record moves ----------------------------------------------------------------------------------------
 
 int32_t ClampImage(int64_t image) {
     return int32_t(image < 0 ? 0 : image > MaxImagePosition ? MaxImagePosition : image);
@@ -245,7 +245,7 @@ int PutRecord(int32_t index, const Layer* record) {
     return 1;
 }
 
-// ---- Life cycle -----------------------------------------------------------------------------------
+// ---- Life cycle ------------------------------------------------------------------------------------------
 
 int InitLayers() {
     if (Layers) return 1;
@@ -286,7 +286,7 @@ void FreeLayers() {
     DisplayFlags &= ~MixBits;
 }
 
-// ---- Reset ---------------------------------------------------------------------------------------
+// ---- Reset -----------------------------------------------------------------------------------------------
 
 int ResetProject(const char* name, int quiet, int keepNothing) {
     if (!quiet && !AskYesNo(MsgGet(nullptr, 8113), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002))) return 0;

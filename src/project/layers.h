@@ -46,7 +46,7 @@ constexpr uint32_t LayerPelure = 2; // onion skin on
 constexpr int32_t ThumbnailSide = 64;
 constexpr int32_t LayerNameMax = 64; // what a name request allows
 
-// ---- Project state ----------------------------------------------------------------------------
+// ---- Project state ---------------------------------------------------------------------------------------
 extern double FrameRate;          // images per second
 extern Layer* Layers;             // stack order: 0 is the top
 extern int32_t LayerCount;        // never below 1 once InitLayers has run
@@ -86,7 +86,7 @@ void NotifyView(ProjectEvent event, int32_t value = 0);
 extern int (*AskTextHook)(uint32_t message, char* buffer, int size);
 int AskText(uint32_t message, char* buffer, int size);
 
-// ---- Life cycle -----------------------------------------------------------------------------------
+// ---- Life cycle ------------------------------------------------------------------------------------------
 // After the page exists: the first layer, empty and unnamed. 0 without memory.
 int InitLayers();
 // Frees every layer, the video layer, the undo slots and the layer clipboard.
@@ -98,7 +98,7 @@ int ResetProject(const char* name, int quiet, int keepNothing);
 int ChangePageSize(int32_t width, int32_t height, int keepContents);
 void SetProjectName(const char* path);
 
-// ---- The stack ----------------------------------------------------------------------------------
+// ---- The stack -------------------------------------------------------------------------------------------
 // A new empty layer above (before) or under the current one; selected when select is set.
 Layer* CreateLayer(const char* name, int before, int select, int32_t firstImage, int quiet);
 // The user's NewLayer: named by the user, at CurrentImage, undoable. 1 or 0.
@@ -116,7 +116,7 @@ const char* ShownName(const Layer* layer); // the name or message 8100
 bool LayerPresent(const Layer* layer, int32_t image);
 int32_t LayerPercent(int32_t density); // the density as the user sees it
 
-// ---- Images -------------------------------------------------------------------------------------
+// ---- Images ----------------------------------------------------------------------------------------------
 // Makes the current layer hold what the page shows. Non-zero on success; on failure the
 // page stays dirty and nothing else changes.
 int FlushPage();
@@ -139,7 +139,7 @@ int StorePlainImage(Layer* layer, const Bitmap* bitmap);
 int UnpackPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count);
 int OverPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count, int density);
 
-// ---- Record moves: the array alone, without selection or undo ----------------------------------
+// ---- Record moves: the array alone, without selection or undo --------------------------------------------
 // CurrentLayer keeps to its record, except in LiftRecord of the current layer itself,
 // where it is left on a neighbour for the caller to select.
 void MoveRecord(int32_t from, int32_t to);         // the record at from ends at index to
@@ -149,7 +149,7 @@ int PutRecord(int32_t index, const Layer* record); // 0 without memory
 constexpr int32_t MaxImagePosition = 999999;
 int32_t ClampImage(int64_t image);
 
-// ---- Record helpers -----------------------------------------------------------------------------
+// ---- Record helpers --------------------------------------------------------------------------------------
 // Frees what a record owns (clip, packed picture, thumbnail) and clears those fields.
 void FreeLayerData(Layer* layer);
 // A new thumbnail of bitmap, or a cleared one when bitmap is null; null without memory.

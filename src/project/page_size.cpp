@@ -28,7 +28,7 @@ namespace nemu {
 PageSizeEntry PageSizes[MaxPageSizes];
 int32_t PageSizeCount = 0;
 
-// ---- The list ---------------------------------------------------------------------------------------------
+// ---- The list --------------------------------------------------------------------------------------------
 
 static void AddSize(const char* name, int32_t width, int32_t height, double rate) {
     if (PageSizeCount >= MaxPageSizes || width < 1 || height < 1 || width > MaxPageSide ||
@@ -53,8 +53,7 @@ int PageSizeLabel(int32_t index, char* buffer, int size) {
     return 1;
 }
 
-// ---- The file
-// -----------------------------------------------------------------------------------------------
+// ---- The file --------------------------------------------------------------------------------------------
 
 static const char* SkipBlanks(const char* s) {
     while (*s == ' ' || *s == '\t') s++;
@@ -120,8 +119,7 @@ int32_t LoadPageSizes() {
     return PageSizeCount;
 }
 
-// ---- The change
-// ----------------------------------------------------------------------------------------------
+// ---- The change ------------------------------------------------------------------------------------------
 
 int ChangePageSize(int32_t width, int32_t height, int keepContents) {
     if (width < 1 || height < 1) return 0;
