@@ -85,16 +85,8 @@ int ScreenAllocBuffers() {
 
 void Blit32(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, int dx, int dy, int w, int h) {
     if (!bitmap || !screen || screen->Iconic) return;
-    if (dx < 0) {
-        sx -= dx;
-        w += dx;
-        dx = 0;
-    }
-    if (dy < 0) {
-        sy -= dy;
-        h += dy;
-        dy = 0;
-    }
+    ClipNegativeCorner(dx, sx, w);
+    ClipNegativeCorner(dy, sy, h);
     w = std::min(w, screen->Width - dx);
     h = std::min(h, screen->Height - dy);
     if (w < 1 || h < 1) return;
@@ -151,26 +143,10 @@ static void ComposeToScreen(int x, int y, int w, int h, void* user) {
 
 void ShowPageRect(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, int px, int py, int w, int h) {
     if (DisplayHold > 0 || !bitmap || !screen || screen != Screen) return;
-    if (sx < 0) {
-        px -= sx;
-        w += sx;
-        sx = 0;
-    }
-    if (sy < 0) {
-        py -= sy;
-        h += sy;
-        sy = 0;
-    }
-    if (px < 0) {
-        sx -= px;
-        w += px;
-        px = 0;
-    }
-    if (py < 0) {
-        sy -= py;
-        h += py;
-        py = 0;
-    }
+    ClipNegativeCorner(sx, px, w);
+    ClipNegativeCorner(sy, py, h);
+    ClipNegativeCorner(px, sx, w);
+    ClipNegativeCorner(py, sy, h);
     w = std::min(w, PageWidth - px);
     h = std::min(h, PageHeight - py);
     if (w < 1 || h < 1) return;

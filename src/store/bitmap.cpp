@@ -204,16 +204,8 @@ static bool ClipToTarget(const Bitmap* dst, int& sx, int& sy, int& dx, int& dy, 
     if (dx >= dst->Width || dy >= dst->Height) return false;
     if (dx + w > dst->Width) w = dst->Width - dx;
     if (dy + h > dst->Height) h = dst->Height - dy;
-    if (dx < 0) {
-        sx -= dx;
-        w += dx;
-        dx = 0;
-    }
-    if (dy < 0) {
-        sy -= dy;
-        h += dy;
-        dy = 0;
-    }
+    ClipNegativeCorner(dx, sx, w);
+    ClipNegativeCorner(dy, sy, h);
     return w >= 1 && h >= 1;
 }
 
@@ -224,16 +216,8 @@ int CopyRect(const Bitmap* src, int sx, int sy, Bitmap* dst, int dx, int dy, int
 }
 
 int CopyRectClipped(const Bitmap* src, int sx, int sy, Bitmap* dst, int dx, int dy, int w, int h) {
-    if (sx < 0) {
-        dx -= sx;
-        w += sx;
-        sx = 0;
-    }
-    if (sy < 0) {
-        dy -= sy;
-        h += sy;
-        sy = 0;
-    }
+    ClipNegativeCorner(sx, dx, w);
+    ClipNegativeCorner(sy, dy, h);
     if (w < 1 || h < 1) return -1;
     if (sx + w > src->Width) w = src->Width - sx;
     if (sy + h > src->Height) h = src->Height - sy;

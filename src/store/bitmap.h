@@ -63,6 +63,16 @@ void MirrorBitmapY(Bitmap* bitmap);
 Bitmap* RotateBitmap(const Bitmap* bitmap);
 int RotateBitmapInto(const Bitmap* src, Bitmap* dst);
 
+// The clipping step every rectangle operation shares: a negative corner moves to 0, the
+// size shrinks by as much, and the paired corner moves along with it.
+inline void ClipNegativeCorner(int& corner, int& paired, int& size) {
+    if (corner < 0) {
+        paired -= corner;
+        size += corner;
+        corner = 0;
+    }
+}
+
 void FillWords(uint32_t* pointer, uint32_t count, uint32_t word);
 int ClearWords(uint32_t* pointer, uint32_t count);
 void CopyWords(const uint32_t* from, uint32_t* to, uint32_t count);
