@@ -5,6 +5,7 @@
 
 #include "support/run_script.h"
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -176,4 +177,29 @@ TEST(CommandTable, NamesAreLowerCaseUniqueAndFoundExactly) {
     EXPECT_EQ(FindScriptCommand("om_getwidt"), nullptr);
     EXPECT_EQ(FindScriptCommand(""), nullptr);
     EXPECT_EQ(FindScriptCommand("om_lockscreen")->Handler, FindScriptCommand("om_lockdisplay")->Handler);
+}
+
+// The command reference must stay true: every command of the table is documented, and
+// every command the reference names exists.
+TEST(CommandTable, ReferenceDocumentsExactlyTheCommandsThatExist) {
+    std::FILE* f = std::fopen(NEMU_SOURCE_DIR "/docs/commands.md", "r");
+    ASSERT_NE(f, nullptr);
+    std::string doc;
+    char buf[4096];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) doc.append(buf, n);
+    std::fclose(f);
+    std::set<std::string> documented;
+    for (size_t at = doc.find("om_"); at != std::string::npos; at = doc.find("om_", at + 3)) {
+        if (at > 0 && (std::isalnum(static_cast<unsigned char>(doc[at - 1])) || doc[at - 1] == '_')) continue;
+        size_t end = at + 3;
+        while (end < doc.size() && (std::isalnum(static_cast<unsigned char>(doc[end])) || doc[end] == '_')) end++;
+        documented.insert(doc.substr(at, end - at));
+    }
+    std::set<std::string> existing;
+    for (const ScriptCommand* const* family = CommandFamilies; *family; family++)
+        for (const ScriptCommand* row = *family; row->Name; row++) existing.insert(row->Name);
+    for (const auto& name : existing) EXPECT_TRUE(documented.count(name)) << name << " is not in docs/commands.md";
+    for (const auto& name : documented)
+        EXPECT_TRUE(existing.count(name)) << name << " is documented but does not exist";
 }
