@@ -26,11 +26,4 @@ NEMU_VECTOR_CLONES void ScaleRow(uint32_t* dst, const uint32_t* src, size_t n, u
     for (size_t i = 0; i < n; i++) dst[i] = ScalePixel(src[i], d);
 }
 
-NEMU_VECTOR_CLONES void BehindRow(uint32_t* dst, size_t n, int32_t x0, uint32_t g0, uint32_t g1) {
-    for (size_t i = 0; i < n; i++) {
-        uint32_t g = ((x0 + int32_t(i)) & 16) ? g1 : g0;
-        dst[i] = BehindPixel(dst[i], g);
-    }
-}
-
 } // namespace nemu

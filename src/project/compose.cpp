@@ -101,16 +101,24 @@ int GetLayerImageById(Bitmap* bitmap, uint32_t id, int32_t image) {
 
 // ---- Background ------------------------------------------------------------------------------------------
 
+Backdrop DisplayBackdrop() {
+    Backdrop back;
+    // Both bits set: the check is the more telling, as on the screen.
+    if (DisplayFlags & BackgroundCheckBit)
+        back.Kind = Backdrop::Check;
+    else if (DisplayFlags & BackgroundColourBit)
+        back.Kind = Backdrop::Colour;
+    back.First = BGP1, back.Second = BGP2;
+    return back;
+}
+
 void ApplyBackground(Bitmap* bitmap, int32_t x0, int32_t y0) {
     if (!bitmap || !(DisplayFlags & BackgroundBits)) return;
-    // Both bits set: the check is the more telling, as on the screen.
-    bool check = DisplayFlags & BackgroundCheckBit;
-    for (int32_t y = 0; y < bitmap->Height; y++) {
-        uint32_t* row = bitmap->Pixels + size_t(y) * size_t(bitmap->Width);
-        bool swap = check && ((y0 + y) & 16);
-        uint32_t g0 = swap ? BGP2 : BGP1, g1 = check ? (swap ? BGP1 : BGP2) : BGP1;
-        BehindRow(row, size_t(bitmap->Width), x0, g0, g1);
-    }
+    MixArea area;
+    area.Page = area.Out = bitmap->Pixels;
+    area.PageStride = area.OutStride = size_t(bitmap->Width);
+    area.Width = bitmap->Width, area.Height = bitmap->Height, area.X = x0, area.Y = y0;
+    MixPixels(area, 255, 0, DisplayBackdrop());
 }
 
 int BackgroundMode() {

@@ -81,16 +81,10 @@ TEST(Blend, RowsGiveExactlyThePixelForms) {
         AddLayerRun(run.data(), layer[0], n, d);
         std::vector<uint32_t> scaled(n);
         ScaleRow(scaled.data(), under.data(), n, d);
-        std::vector<uint32_t> behind = layer;
-        uint32_t g0 = 0xFF000000u | (rng() & 0xFFFFFF), g1 = 0xFF000000u | (rng() & 0xFFFFFF);
-        int32_t x0 = int32_t(rng() % 40) - 20;
-        BehindRow(behind.data(), n, x0, g0, g1);
         for (size_t i = 0; i < n; i++) {
             ASSERT_EQ(row[i], AddLayerPixel(under[i], layer[i], d)) << "round " << round << " pixel " << i;
             ASSERT_EQ(run[i], AddLayerPixel(under[i], layer[0], d)) << "round " << round << " pixel " << i;
             ASSERT_EQ(scaled[i], ScalePixel(under[i], d)) << "round " << round;
-            uint32_t g = ((x0 + int32_t(i)) & 16) ? g1 : g0;
-            ASSERT_EQ(behind[i], BehindPixel(layer[i], g)) << "round " << round;
         }
     }
 }
