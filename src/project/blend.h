@@ -94,7 +94,7 @@ inline uint32_t ThreePictures(uint32_t t, uint32_t m, uint32_t b, uint32_t d) {
     return d >= 255 ? ThreePicturesForm<true>(t, m, b, 255) : ThreePicturesForm<false>(t, m, b, d);
 }
 
-// ---- Inline row forms, for loops that are built for vector units themselves ------------------------------
+// ---- Plain row forms -------------------------------------------------------------------------------------
 template <bool Full> inline void AddLayerRowForm(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d) {
     for (size_t i = 0; i < n; i++) {
         uint32_t l;
@@ -134,12 +134,23 @@ inline void AddLayerRunInline(uint32_t* dst, uint32_t pixel, size_t n, uint32_t 
 }
 
 // ---- Rows ------------------------------------------------------------------------------------------------
+// Each has a vector form where the processor has one, and the plain loops above beside it
+// (the ...Plain functions), which NEMU_PLAIN_KERNELS=1 forces and the tests hold the vector
+// forms to.
+
 // n layer pixels (unaligned bytes in memory order) added to dst at density d.
 void AddLayerRow(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d);
+void AddLayerRowPlain(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d);
 // One layer pixel repeated n times, added to dst at density d: the blend of a run unit.
 void AddLayerRun(uint32_t* dst, uint32_t pixel, size_t n, uint32_t d);
+void AddLayerRunPlain(uint32_t* dst, uint32_t pixel, size_t n, uint32_t d);
 // dst = Mul(d) of each byte of src (in place when they are the same).
 void ScaleRow(uint32_t* dst, const uint32_t* src, size_t n, uint32_t d);
+void ScaleRowPlain(uint32_t* dst, const uint32_t* src, size_t n, uint32_t d);
+// The vector forms, whatever the switch says; false when this processor has none.
+bool AddLayerRowFast(uint32_t* dst, const uint8_t* src, size_t n, uint32_t d);
+bool AddLayerRunFast(uint32_t* dst, uint32_t pixel, size_t n, uint32_t d);
+bool ScaleRowFast(uint32_t* dst, const uint32_t* src, size_t n, uint32_t d);
 
 // ---- The display's pixels --------------------------------------------------------------------------------
 // What the display puts behind the page: nothing, the colour First, or the check of First

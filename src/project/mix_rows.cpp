@@ -47,13 +47,6 @@ void MixPixelsPlain(const MixArea& area, uint32_t d, uint32_t bits, const Backdr
 
 // ---- The vector forms ------------------------------------------------------------------------------------
 
-namespace lanes {
-bool HasWideLanes() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-} // namespace lanes
-
 namespace {
 using namespace lanes;
 

@@ -89,6 +89,41 @@ TEST(Blend, RowsGiveExactlyThePixelForms) {
     }
 }
 
+// Rows of one kind throughout (transparent, opaque) let the vector forms take their
+// shortcuts; mixed rows run the whole forms.
+static std::vector<uint32_t> RandomRow(std::mt19937& rng, size_t n) {
+    std::vector<uint32_t> row(n);
+    uint32_t kind = rng() % 4;
+    for (uint32_t& p : row) {
+        p = RandomPixel(rng);
+        if (kind == 1) p &= 0x00FFFFFFu;
+        if (kind == 2) p |= 0xFF000000u;
+    }
+    return row;
+}
+
+TEST(Blend, VectorRowsEqualThePlainLoopsOverARandomSweep) {
+    static const uint32_t Densities[] = {0, 1, 127, 128, 254, 255};
+    for (int number = 0; number < 6000; number++) {
+        std::mt19937 rng(3000 + uint32_t(number));
+        size_t n = 1 + rng() % 80;
+        uint32_t d = rng() % 3 ? Densities[rng() % 6] : rng() % 300;
+        std::vector<uint32_t> under = RandomRow(rng, n), layer = RandomRow(rng, n);
+        std::vector<uint32_t> plain = under, fast = under;
+        AddLayerRowPlain(plain.data(), reinterpret_cast<const uint8_t*>(layer.data()), n, d);
+        if (!AddLayerRowFast(fast.data(), reinterpret_cast<const uint8_t*>(layer.data()), n, d))
+            GTEST_SKIP() << "no vector form on this processor";
+        ASSERT_EQ(fast, plain) << "case " << number << " row, d " << d << " n " << n;
+        plain = fast = under;
+        AddLayerRunPlain(plain.data(), layer[0], n, d);
+        AddLayerRunFast(fast.data(), layer[0], n, d);
+        ASSERT_EQ(fast, plain) << "case " << number << " run, d " << d << std::hex << " pixel " << layer[0];
+        ScaleRowPlain(plain.data(), under.data(), n, d);
+        ScaleRowFast(fast.data(), under.data(), n, d);
+        ASSERT_EQ(fast, plain) << "case " << number << " scale, d " << d;
+    }
+}
+
 TEST(Blend, AtFullDensityTheLayerRowMatchesTheTileStoresBlend) {
     std::mt19937 rng(7);
     for (int i = 0; i < 20000; i++) {
