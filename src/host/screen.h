@@ -50,7 +50,8 @@ void Blit32(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, int dx, 
 
 // Layer composition with the images before and after (onion skins) belongs to the project
 // model; until it sets this, those display bits show the page alone. It composes w by h
-// page pixels at (px, py) into dst rows from (0, 0) and returns 1, or 0 to leave them.
+// page pixels at (px, py) into dst rows from (0, 0), over the background in force, and
+// returns 1, or 0 to leave them.
 extern int (*OnionCompose)(int px, int py, int w, int h, Bitmap* dst);
 
 // ---- Opening ------------------------------------------------------------------------------
@@ -76,6 +77,8 @@ uint32_t OverColour(uint32_t pixel, uint32_t background);
 uint32_t CheckColourAt(int px, int py); // the check-board square under a page position
 uint32_t UnmultiplyPixel(uint32_t pixel);
 uint32_t ScaleByOpacity(uint32_t pixel, int opacity);
+// n pixels through the monitor tables, in place.
+void ThroughMonitorRow(uint32_t* row, int n);
 // Composes w by h pixels of src from (sx, sy), which stand at page position (px, py), into
 // dst from (0, 0) by the DisplayFlags, PageOpacity and monitor tables in force.
 void ComposeRows(const Bitmap* src, int sx, int sy, int px, int py, int w, int h, Bitmap* dst);

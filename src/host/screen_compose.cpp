@@ -2,10 +2,13 @@
 //
 // Page colours are premultiplied, so showing a pixel over a background g is
 // c + Mul(g.c, 255 - a) per channel, with alpha 255, with the paint engine's Mul, which
-// rounds up: (x * y + 254) / 255.
+// rounds up: (x * y + 254) / 255. The rows run through the composition's own row kernel
+// (project/blend.h), which also combines the mixer's buffers.
 #include "host/screen.h"
 
 #include "paint/draw_modes.h"
+#include "project/blend.h"
+#include "project/compose.h"
 #include "store/bitmap.h"
 
 #include <cstddef>
@@ -28,22 +31,8 @@ static struct MonitorIdentity {
     }
 } MonitorIdentityInit;
 
-static inline uint32_t Mul(uint32_t x, uint32_t y) {
-    return (x * y + 254) / 255;
-}
-
 uint32_t OverColour(uint32_t p, uint32_t g) {
-    uint32_t a = p >> 24;
-    if (a == 255) return p;
-    if (a == 0) return g;
-    uint32_t s = 255 - a;
-    uint32_t out = 0xFF000000u;
-    for (int shift = 0; shift < 24; shift += 8) {
-        uint32_t c = ((p >> shift) & 255) + uint32_t(Mul(int((g >> shift) & 255), int(s)));
-        if (c > 255) c = 255; // only a pixel that breaks premultiplication gets here
-        out |= c << shift;
-    }
-    return out;
+    return BehindPixel(p, g);
 }
 
 uint32_t CheckColourAt(int px, int py) {
@@ -61,9 +50,7 @@ uint32_t UnmultiplyPixel(uint32_t p) {
 }
 
 uint32_t ScaleByOpacity(uint32_t p, int opacity) {
-    uint32_t o = uint32_t(opacity);
-    return Mul(p & 255, o) | Mul((p >> 8) & 255, o) << 8 | Mul((p >> 16) & 255, o) << 16 |
-           Mul(p >> 24, o) << 24;
+    return ScalePixel(p, uint32_t(opacity < 0 ? 0 : opacity > 255 ? 255 : opacity));
 }
 
 static inline uint32_t ThroughMonitor(uint32_t p) {
@@ -71,70 +58,44 @@ static inline uint32_t ThroughMonitor(uint32_t p) {
            uint32_t(MonitorRed[(p >> 16) & 255]) << 16 | uint32_t(MonitorAlpha[p >> 24]) << 24;
 }
 
-enum Background { BG_NONE, BG_COLOUR, BG_CHECK };
-
-static Background BackgroundMode() {
-    // With both bits set the check-board wins: it is the more telling of the two.
-    if (DisplayFlags & DISPLAY_OVER_CHECK) return BG_CHECK;
-    if (DisplayFlags & DISPLAY_OVER_COLOUR) return BG_COLOUR;
-    return BG_NONE;
+void ThroughMonitorRow(uint32_t* row, int n) {
+    for (int i = 0; i < n; i++) row[i] = ThroughMonitor(row[i]);
 }
 
 bool ComposeNeeded() {
-    return PageOpacity < 255 || BackgroundMode() != BG_NONE ||
+    return PageOpacity < 255 || BackgroundMode() != 0 ||
            (DisplayFlags & (DISPLAY_MONITOR | DISPLAY_UNMULTIPLY)) ||
            ((DisplayFlags & DISPLAY_ONION) && OnionCompose);
 }
 
-// One row over a background: g0 where (page x & 16) is clear, g1 where it is set (the same
-// colour twice for a plain background). Written without branches so that it vectorises;
-// the rounded-up product is exact here: for y below 65280, y / 255 is
-// (y + 1 + (y >> 8)) >> 8, and Mul(g, 255 - a) with a = 255 is 0 and with a = 0 is g.
-// A second build for processors with 8-lane 32-bit multiplies more than doubles its speed.
-__attribute__((target_clones("avx2", "default"))) static void OverRow(const uint32_t* s, uint32_t* d, int w,
-                                                                      int px, uint32_t g0, uint32_t g1) {
-    for (int i = 0; i < w; i++) {
-        uint32_t p = s[i];
-        uint32_t g = ((px + i) & 16) ? g1 : g0;
-        uint32_t k = 255 - (p >> 24);
-        uint32_t out = 0xFF000000u;
-        for (int shift = 0; shift < 24; shift += 8) {
-            uint32_t y = ((g >> shift) & 255) * k + 254;
-            uint32_t c = ((p >> shift) & 255) + ((y + 1 + (y >> 8)) >> 8);
-            out |= (c > 255 ? 255 : c) << shift;
-        }
-        d[i] = (p >> 24) == 0 ? g : out;
-    }
-}
-
 void ComposeRows(const Bitmap* src, int sx, int sy, int px, int py, int w, int h, Bitmap* dst) {
-    Background bg = BackgroundMode();
     bool monitor = (DisplayFlags & DISPLAY_MONITOR) != 0;
-    bool unmultiply = bg == BG_NONE && (DisplayFlags & DISPLAY_UNMULTIPLY);
-    int opacity = PageOpacity < 0 ? 0 : PageOpacity;
+    bool unmultiply = BackgroundMode() == 0 && (DisplayFlags & DISPLAY_UNMULTIPLY);
+    int opacity = PageOpacity < 0 ? 0 : PageOpacity > 255 ? 255 : PageOpacity;
+    // The mixer's hook puts the background behind in the same pass; without it the page is
+    // scaled by its opacity and put over the background in one pass, from the source
+    // straight into the strip.
     bool onion = (DisplayFlags & DISPLAY_ONION) && OnionCompose && OnionCompose(px, py, w, h, dst);
-    for (int r = 0; r < h; r++) {
+    if (!onion) {
+        MixArea area;
+        area.Page = src->Pixels + std::size_t(sy) * src->Width + sx;
+        area.PageStride = std::size_t(src->Width);
+        area.Out = dst->Pixels;
+        area.OutStride = std::size_t(dst->Width);
+        area.Width = w, area.Height = h, area.X = px, area.Y = py;
+        Backdrop back = DisplayBackdrop();
+        if (back.Kind != Backdrop::None || opacity < 255)
+            MixPixels(area, uint32_t(opacity), 0, back);
+        else
+            for (int r = 0; r < h; r++)
+                std::memcpy(area.Out + std::size_t(r) * area.OutStride,
+                            area.Page + std::size_t(r) * area.PageStride, std::size_t(w) * 4);
+    }
+    for (int r = 0; r < h && (unmultiply || monitor); r++) {
         uint32_t* d = dst->Pixels + std::size_t(r) * dst->Width;
-        const uint32_t* s = onion ? d : src->Pixels + std::size_t(sy + r) * src->Width + sx;
-        if (!onion && opacity < 255) {
-            for (int i = 0; i < w; i++) d[i] = ScaleByOpacity(s[i], opacity);
-            s = d;
-        }
-        if (bg == BG_CHECK) {
-            // The square of page x 0 on this row, and the other one.
-            uint32_t first = CheckColourAt(0, py + r);
-            uint32_t second = first == BackColour ? BackColour2 : BackColour;
-            if (BackColour == BackColour2) second = first;
-            OverRow(s, d, w, px, first, second);
-        } else if (bg == BG_COLOUR) {
-            OverRow(s, d, w, px, BackColour, BackColour);
-        } else if (unmultiply) {
-            for (int i = 0; i < w; i++) d[i] = UnmultiplyPixel(s[i]);
-        } else if (s != d) {
-            std::memcpy(d, s, std::size_t(w) * 4);
-        }
-        if (monitor)
-            for (int i = 0; i < w; i++) d[i] = ThroughMonitor(d[i]);
+        if (unmultiply)
+            for (int i = 0; i < w; i++) d[i] = UnmultiplyPixel(d[i]);
+        if (monitor) ThroughMonitorRow(d, w);
     }
 }
 

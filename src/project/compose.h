@@ -4,6 +4,8 @@
 // buffers and the background to a target (DisplayRect). The pixel forms are in
 // project/blend.h.
 #pragma once
+#include "project/blend.h"
+
 #include <cstdint>
 
 namespace nemu {
@@ -44,6 +46,8 @@ int GetLayerImageById(Bitmap* bitmap, uint32_t id, int32_t image);
 // bitmap's pixels shown over the background in force; x0, y0 is the bitmap's position on
 // the page, which anchors the check.
 void ApplyBackground(Bitmap* bitmap, int32_t x0, int32_t y0);
+// The background in force, as the display's pixels take it.
+Backdrop DisplayBackdrop();
 // The density of the current layer for painting and display.
 void SetCurrentDensity(int32_t density);
 
@@ -73,15 +77,9 @@ void DrawSafeArea(Bitmap* bitmap);
 // aboveX, aboveY) and the background, into target at (tx, ty). In bands of 16 rows.
 void DisplayRect(const Bitmap* source, int32_t x, int32_t y, Bitmap* target, int32_t tx, int32_t ty,
                  int32_t width, int32_t height, int32_t aboveX, int32_t aboveY);
-// The three pictures of one row combined by the mixer bits in force, with d the current
-// density, before any background.
-void MixRow(const uint32_t* above, const uint32_t* page, const uint32_t* below, uint32_t* out, int32_t n,
-            uint32_t d, uint32_t bits);
 // The screen's compose hook: w by h page pixels at (px, py) combined with the buffers into
-// dst from (0, 0), before the background. 0 when the mixer has nothing to add.
+// dst from (0, 0), over the background in force. 0 when the mixer has nothing to add.
 int ComposeWithMixer(int px, int py, int w, int h, Bitmap* dst);
-// One pixel of MixRow.
-uint32_t MixPixel(uint32_t above, uint32_t page, uint32_t below, uint32_t d, uint32_t bits);
 // Frees the scan buffer; for a change of page size and the way down.
 void FreeDisplayBuffers();
 

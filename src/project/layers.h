@@ -139,6 +139,20 @@ int StorePlainImage(Layer* layer, const Bitmap* bitmap);
 int UnpackPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count);
 int OverPlain(const uint8_t* code, size_t size, uint32_t* pixels, size_t count, int density);
 
+// A plain layer's picture taken a stretch of pixels at a time, its code read from the cache
+// as the stretches need it: composing a stack band by band keeps each band in the
+// processor's cache while every layer goes over it, and no layer's code is taken out whole.
+struct PlainStream;
+// A stream over a layer's picture of count pixels; null without memory, or when the layer
+// has no packed picture in the cache.
+PlainStream* OpenPlainStream(const Layer* layer, size_t count);
+void ClosePlainStream(PlainStream* stream);
+// The next n pixels of the picture: copied into pixels when density is below 0, otherwise
+// blended over them at that density. 0 when the cache could not be read, or the code is
+// damaged: then what the stretch holds is undefined, and the caller starts again the whole
+// way. The last stretch also finds whether the code ends where the pixels do.
+int StreamPlain(PlainStream* stream, uint32_t* pixels, size_t n, int density);
+
 // ---- Record moves: the array alone, without selection or undo --------------------------------------------
 // CurrentLayer keeps to its record, except in LiftRecord of the current layer itself,
 // where it is left on a neighbour for the caller to select.

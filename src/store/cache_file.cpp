@@ -10,6 +10,7 @@
 #include "ui/requests.h"
 #include "ui/settings.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -224,6 +225,40 @@ int GetCacheFileData(CacheFile* file, void* data, int32_t bytes) {
     CacheActive = nullptr;
     if (!ok && file->Kind != CacheDiscardable) Alert("panic: GetCacheFileData fail");
     return ok;
+}
+
+int OpenCacheReader(CacheReader* reader, CacheFile* file, int32_t bytes) {
+    *reader = CacheReader();
+    if (!Live(file) || bytes < 0 || bytes > file->Size) return 0;
+    reader->File = file;
+    reader->Block = file->FirstBlock;
+    reader->Left = bytes;
+    return 1;
+}
+
+int32_t ReadCacheReader(CacheReader* reader, void* data, int32_t bytes) {
+    if (!reader->File || !Live(reader->File) || !CacheBlockFile) return -1;
+    uint8_t* dst = static_cast<uint8_t*>(data);
+    int32_t done = 0;
+    WriteState = 0;
+    CacheActive = reader->File;
+    while (done < bytes && reader->Left > 0) {
+        if (!reader->Block) break;
+        int32_t n = std::min({CacheBlockSize - reader->Offset, reader->Left, bytes - done});
+        uint8_t spare[CacheBlockSize];
+        const uint8_t* src = BlockBytes(reader->Block, spare, size_t(reader->Offset + n));
+        if (!src) {
+            done = -1;
+            break;
+        }
+        std::memcpy(dst + done, src + reader->Offset, size_t(n));
+        done += n, reader->Left -= n, reader->Offset += n;
+        if (reader->Offset == CacheBlockSize)
+            reader->Block = BlockTable[reader->Block].Next, reader->Offset = 0;
+    }
+    CacheActive = nullptr;
+    if (done >= 0 && done < bytes && reader->Left > 0) return -1; // the chain ended early
+    return done;
 }
 
 static int CompareChain(CacheFile* file, const uint8_t* data, int32_t bytes) {

@@ -83,6 +83,20 @@ int GetCacheFileData(CacheFile* file, void* data, int32_t bytes);
 int CmpCacheData(CacheFile* file, const void* data, int32_t bytes);
 int RemoveCacheFile(CacheFile* file);
 
+// Reads a handle's bytes from the first one on, a piece at a time, for data that is used as
+// it comes rather than taken out whole. The handle must not change or go while it is read.
+struct CacheReader {
+    CacheFile* File = nullptr;
+    uint32_t Block = 0; // the block that holds the next byte
+    int32_t Offset = 0; // of the next byte in that block
+    int32_t Left = 0;   // bytes still to read
+};
+// Starts at the first of bytes bytes; 0 when the handle is not in use or holds fewer.
+int OpenCacheReader(CacheReader* reader, CacheFile* file, int32_t bytes);
+// The next bytes (as many as are left, at most bytes) into data: their count, or -1 when
+// the file could not be read. Quiet: the caller decides what a failure means.
+int32_t ReadCacheReader(CacheReader* reader, void* data, int32_t bytes);
+
 // ---- Memory -----------------------------------------------------------------------------
 // Brings slot memory back within the limit and defragments the free chain.
 void TrimCache();

@@ -81,17 +81,46 @@ TEST(Blend, RowsGiveExactlyThePixelForms) {
         AddLayerRun(run.data(), layer[0], n, d);
         std::vector<uint32_t> scaled(n);
         ScaleRow(scaled.data(), under.data(), n, d);
-        std::vector<uint32_t> behind = layer;
-        uint32_t g0 = 0xFF000000u | (rng() & 0xFFFFFF), g1 = 0xFF000000u | (rng() & 0xFFFFFF);
-        int32_t x0 = int32_t(rng() % 40) - 20;
-        BehindRow(behind.data(), n, x0, g0, g1);
         for (size_t i = 0; i < n; i++) {
             ASSERT_EQ(row[i], AddLayerPixel(under[i], layer[i], d)) << "round " << round << " pixel " << i;
             ASSERT_EQ(run[i], AddLayerPixel(under[i], layer[0], d)) << "round " << round << " pixel " << i;
             ASSERT_EQ(scaled[i], ScalePixel(under[i], d)) << "round " << round;
-            uint32_t g = ((x0 + int32_t(i)) & 16) ? g1 : g0;
-            ASSERT_EQ(behind[i], BehindPixel(layer[i], g)) << "round " << round;
         }
+    }
+}
+
+// Rows of one kind throughout (transparent, opaque) let the vector forms take their
+// shortcuts; mixed rows run the whole forms.
+static std::vector<uint32_t> RandomRow(std::mt19937& rng, size_t n) {
+    std::vector<uint32_t> row(n);
+    uint32_t kind = rng() % 4;
+    for (uint32_t& p : row) {
+        p = RandomPixel(rng);
+        if (kind == 1) p &= 0x00FFFFFFu;
+        if (kind == 2) p |= 0xFF000000u;
+    }
+    return row;
+}
+
+TEST(Blend, VectorRowsEqualThePlainLoopsOverARandomSweep) {
+    static const uint32_t Densities[] = {0, 1, 127, 128, 254, 255};
+    for (int number = 0; number < 6000; number++) {
+        std::mt19937 rng(3000 + uint32_t(number));
+        size_t n = 1 + rng() % 80;
+        uint32_t d = rng() % 3 ? Densities[rng() % 6] : rng() % 300;
+        std::vector<uint32_t> under = RandomRow(rng, n), layer = RandomRow(rng, n);
+        std::vector<uint32_t> plain = under, fast = under;
+        AddLayerRowPlain(plain.data(), reinterpret_cast<const uint8_t*>(layer.data()), n, d);
+        if (!AddLayerRowFast(fast.data(), reinterpret_cast<const uint8_t*>(layer.data()), n, d))
+            GTEST_SKIP() << "no vector form on this processor";
+        ASSERT_EQ(fast, plain) << "case " << number << " row, d " << d << " n " << n;
+        plain = fast = under;
+        AddLayerRunPlain(plain.data(), layer[0], n, d);
+        AddLayerRunFast(fast.data(), layer[0], n, d);
+        ASSERT_EQ(fast, plain) << "case " << number << " run, d " << d << std::hex << " pixel " << layer[0];
+        ScaleRowPlain(plain.data(), under.data(), n, d);
+        ScaleRowFast(fast.data(), under.data(), n, d);
+        ASSERT_EQ(fast, plain) << "case " << number << " scale, d " << d;
     }
 }
 

@@ -147,6 +147,46 @@ TEST_F(CacheFileTest, AFewSlotsServeMoreDataThanTheyHold) {
     EXPECT_EQ(FreeSlotCount, 256);
 }
 
+TEST_F(CacheFileTest, ReadersTakeTheBytesInPiecesSideBySide) {
+    // Three readers at once over data larger than the slots, in pieces of random size that
+    // cross block ends, with and without memory in front of the file.
+    for (int64_t limit : {int64_t(0), int64_t(OneSlotPage)}) {
+        OpenCacheWithLimit(limit);
+        std::vector<std::string> data;
+        std::vector<CacheFile*> files;
+        std::vector<CacheReader> readers(3);
+        std::vector<std::string> got(3);
+        for (int i = 0; i < 3; i++) {
+            data.push_back(Pattern(size_t(150000 + 333 * i), uint32_t(i + 7)));
+            files.push_back(NewCacheFileData(data[size_t(i)].data(), int32_t(data[size_t(i)].size()), 0));
+            ASSERT_NE(files.back(), nullptr);
+            // A reader may stop short of the end: the last one reads all but 5 bytes.
+            int32_t bytes = int32_t(data[size_t(i)].size()) - (i == 2 ? 5 : 0);
+            ASSERT_EQ(OpenCacheReader(&readers[size_t(i)], files.back(), bytes), 1);
+        }
+        std::mt19937 rng(uint32_t(limit) + 3);
+        for (bool more = true; more;) {
+            more = false;
+            for (size_t i = 0; i < 3; i++) {
+                char piece[3000];
+                int32_t n = ReadCacheReader(&readers[i], piece, int32_t(rng() % sizeof piece));
+                ASSERT_GE(n, 0);
+                got[i].append(piece, size_t(n));
+                more |= readers[i].Left > 0;
+            }
+        }
+        EXPECT_EQ(got[0], data[0]);
+        EXPECT_EQ(got[1], data[1]);
+        EXPECT_EQ(got[2], data[2].substr(0, data[2].size() - 5));
+        char one;
+        EXPECT_EQ(ReadCacheReader(&readers[0], &one, 1), 0); // nothing left
+        CacheReader tooFar;
+        EXPECT_EQ(OpenCacheReader(&tooFar, files[0], int32_t(data[0].size()) + 1), 0);
+        for (CacheFile* f : files) RemoveCacheFile(f);
+        CloseCache();
+    }
+}
+
 TEST_F(CacheFileTest, DiscardableDataVanishesSilentlyAndOnlyIt) {
     OpenCacheWithLimit(OneSlotPage);
     std::string scratch = Pattern(100 * 1024, 7);
