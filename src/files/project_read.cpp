@@ -220,7 +220,6 @@ static void FinishReplacingLoad(ProjectReader& r) {
         DisplayFlags = (DisplayFlags & ~BackgroundBits) | (r.BackgroundBits & BackgroundBits);
     if (r.HaveVideo && OpenVideoClipHook &&
         OpenVideoLayer(r.Video.Path, r.Video.A, r.Video.B, r.Video.Fields, r.Video.D)) {
-        std::memcpy(&VideoLayerSource, &r.Video, sizeof r.Video);
         int32_t count = VideoLayer->LastImage - VideoLayer->FirstImage + 1;
         VideoLayer->FirstImage = ClampImage(r.VideoFirst);
         VideoLayer->LastImage = ClampImage(int64_t(VideoLayer->FirstImage) + count - 1);

@@ -28,7 +28,7 @@ FILE* OpenSafeFile(SafeFile* safe, const char* path) {
     std::snprintf(safe->Path, sizeof safe->Path, "%s", path);
     // A new file gets what the process's mask allows; a replaced one keeps its own mode.
     struct stat info;
-    mode_t mode = stat(path, &info) == 0 ? (info.st_mode & 07777) : 0666;
+    const bool existing = stat(path, &info) == 0;
     static unsigned counter = 0;
     for (int attempt = 0; attempt < 100; attempt++) {
         int n = std::snprintf(safe->TempPath, sizeof safe->TempPath, "%s.%d-%u.part", safe->Path,
@@ -40,9 +40,15 @@ FILE* OpenSafeFile(SafeFile* safe, const char* path) {
         int fd = open(safe->TempPath, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd < 0) {
             if (errno == EEXIST) continue;
-            return nullptr;
+            // A folder that takes no new files may still hold a file that can be written:
+            // that file is written where it stands, without the safety of the rename.
+            if ((errno == EACCES || errno == EPERM) && existing && access(path, W_OK) == 0) {
+                safe->TempPath[0] = 0;
+                safe->File = std::fopen(path, "wb");
+            }
+            return safe->File;
         }
-        if (mode != 0666) fchmod(fd, mode);
+        if (existing) fchmod(fd, info.st_mode & 07777);
         safe->File = fdopen(fd, "wb");
         if (!safe->File) {
             int error = errno;
@@ -74,9 +80,10 @@ int CommitSafeFile(SafeFile* safe) {
     if (!error && fsync(fileno(safe->File)) != 0 && errno != EINVAL) error = errno;
     if (std::fclose(safe->File) != 0 && !error) error = errno ? errno : EIO;
     safe->File = nullptr;
-    if (!error && rename(safe->TempPath, safe->Path) != 0) error = errno;
+    const bool inPlace = safe->TempPath[0] == 0;
+    if (!error && !inPlace && rename(safe->TempPath, safe->Path) != 0) error = errno;
     if (error) {
-        unlink(safe->TempPath);
+        if (!inPlace) unlink(safe->TempPath);
         errno = error;
         return -1;
     }

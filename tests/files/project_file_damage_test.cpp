@@ -11,6 +11,8 @@
 #include <functional>
 #include <random>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace nemu;
 using namespace nemu::test;
@@ -342,4 +344,21 @@ TEST_F(ProjectFileTest, FilesThatCannotBeReadSayWhy) {
     said = Stderr([&] { EXPECT_EQ(LoadProject(missing.c_str(), 0, 0), -1); });
     EXPECT_TRUE(Says(said, 2350)) << said;
     EXPECT_EQ(LayerCount, 1);
+}
+
+TEST_F(ProjectFileTest, AReplacedFileKeepsItsModeAndALinkStaysALink) {
+    std::string path = TestPath("mode.nem");
+    ASSERT_EQ(WriteProject(path.c_str()), 0);
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    std::string link = TestPath("link.nem");
+    ASSERT_EQ(symlink(path.c_str(), link.c_str()), 0);
+    std::strcpy(Layers[0].Name, "through the link");
+    ASSERT_EQ(WriteProject(link.c_str()), 0);
+    struct stat info;
+    ASSERT_EQ(lstat(link.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0640u);
+    ASSERT_EQ(LoadProject(path.c_str(), 0, 0), 0);
+    EXPECT_STREQ(Layers[0].Name, "through the link");
 }
