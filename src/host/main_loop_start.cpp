@@ -278,11 +278,17 @@ int AppStart() {
 
     // A first start file that can be opened gives the page its size. Otherwise the size
     // is the start dialog's choice, which the command line makes until the dialog exists.
-    IdentifyStartFile(&StartPageWidth, &StartPageHeight);
+    const int32_t chosenWidth = StartPageWidth, chosenHeight = StartPageHeight;
+    const bool fromFile = IdentifyStartFile(&StartPageWidth, &StartPageHeight);
     if (*LastConfig) LoadProfile(LastConfig);
     LoadFormatSettings();
     LoadRecentFiles();
-    if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);
+    if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) {
+        // A file larger than memory allows still leaves the program to start at the size
+        // it would have had without it.
+        if (!fromFile || !ResizePageBuffers(chosenWidth, chosenHeight)) return FailStart(1000);
+        AlertMsg(1000);
+    }
     if (!InitLayers()) return FailStart(1000); // the layer table, once the page has its size
 
     PageNotReady = 0;
