@@ -5,6 +5,7 @@
 #include "files/image_modules.h"
 #include "files/jpeg_format.h"
 #include "files/png_format.h"
+#include "files/project_file.h"
 #include "files/raster_common.h"
 #include "files/save_modes.h"
 #include "ui/catalog.h"
@@ -32,7 +33,7 @@ const StillFormat StillFormats[] = {
     {FILE_DMI, "DMI", nullptr, nullptr},
     {FILE_GIF, "GIF", nullptr, nullptr},
     {FILE_SUN, "Sun raster", nullptr, nullptr},
-    {FILE_PROJECT, "PROJECT", nullptr, nullptr},
+    {FILE_PROJECT, "PROJECT", TestProject, nullptr},
     {FILE_BMP, "BMP", nullptr, nullptr},
     {FILE_PCX, "PCX", nullptr, nullptr},
     {FILE_SOFTIMAGE, "SOFTIMAGE", nullptr, nullptr},

@@ -3,10 +3,10 @@
 // by their extensions last; image modules (TIFF) come after them.
 //
 // Everything here works on a Bitmap. Putting a loaded picture into the page or a new
-// layer (ImportImage, ImportFile, the project's image fallback) belongs to the project
-// model, which calls SniffFormat for the size, makes or resizes its bitmap, and then
-// calls LoadImageFile; SaveImage and the sequence commands likewise hand SaveImageAs the
-// page or a composed bitmap.
+// layer is files/image_import's, which calls SniffFormat for the size, makes or resizes
+// its bitmap, and then calls LoadImageFile; the save commands likewise hand SaveImageAs
+// the page or a composed bitmap. A project is known here by its header alone: it is
+// loaded by files/project_file, never as a still picture.
 #pragma once
 
 namespace nemu {

@@ -219,8 +219,9 @@ void MainLoopPass() {
 
 void MainLoopPrologue() {
     DrainInput();
-    // Opening the start files, the start script and the plug-in notice join here with
-    // the file formats, the script host and the plug-ins.
+    OpenStartFiles();
+    // The start script and the plug-in notice join here with the script host and the
+    // plug-ins.
     TrimCache();
     if (AfterStartHook) AfterStartHook();
 }

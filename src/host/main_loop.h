@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "host/platform.h"
 
@@ -72,6 +73,12 @@ extern HookFn AfterCommitHook, AfterUndoHook;
 extern std::string StartFiles; // blank separated, double-quoted where a name holds blanks
 extern std::string StartSpare;
 extern char LastConfig[256];
+// The names of a file list such as StartFiles, quotes taken off.
+std::vector<std::string> SplitFileList(const std::string& list);
+// The size of the first start file when it is a picture or project that can be opened.
+bool IdentifyStartFile(int32_t* width, int32_t* height);
+// The prologue's opening of the start files and of the spare page's file.
+void OpenStartFiles();
 
 // Grey from colour: (LumaRed[r] + LumaGreen[g] + LumaBlue[b]) >> 16.
 extern uint32_t LumaRed[256], LumaGreen[256], LumaBlue[256];

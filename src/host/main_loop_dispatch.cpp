@@ -3,9 +3,10 @@
 //
 // Sections: remote commands and pictures; DispatchInput; UpdatePointerState;
 // DispatchTool and the stroke commit; SpeedPressure; hooks and input locks.
+#include "files/image_import.h"
 #include "host/input.h"
-#include "host/platform.h"
 #include "host/main_loop.h"
+#include "host/platform.h"
 #include "host/screen.h"
 #include "paint/draw_modes.h"
 #include "paint/pens.h"
@@ -44,10 +45,10 @@ static void TakePicture(Bitmap* picture) {
     FreeBitmap(picture);
 }
 
+// Each dropped file comes in as a further layer, and goes in the recent list.
 static void TakeDrop(char* names) {
     if (!names) return;
-    for (const char* name = names; *name; name += std::strlen(name) + 1)
-        Warning("%s: no file format can open it yet", name);
+    for (const char* name = names; *name; name += std::strlen(name) + 1) ImportFile(name);
     std::free(names);
 }
 

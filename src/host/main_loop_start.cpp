@@ -2,19 +2,22 @@
 // the global state in order, and taking it down again from any stage.
 //
 // Sections: places; ProgramStart; page buffers; AppStart and AppMain; Cleanup.
+#include "files/format_settings.h"
+#include "files/image_modules.h"
+#include "files/recent_files.h"
 #include "host/input.h"
-#include "host/platform.h"
 #include "host/main_loop.h"
+#include "host/platform.h"
 #include "host/remote.h"
 #include "host/screen.h"
 #include "host/tablet.h"
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
+#include "paint/pens.h"
+#include "paint/tools.h"
 #include "project/compose.h"
 #include "project/layers.h"
 #include "project/mixer.h"
-#include "paint/pens.h"
-#include "paint/tools.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
 #include "store/undo.h"
@@ -273,13 +276,19 @@ int AppStart() {
     BuildDrawTables();
     SetPointerShape(2);
 
-    // Until the file formats can identify the start files, the page comes from the
-    // command line's size (the page-size chooser's part).
-    if (!StartFiles.empty())
-        Warning("cannot open %s: no file format is available yet",
-                     StartFiles.c_str());
+    // A first start file that can be opened gives the page its size. Otherwise the size
+    // is the start dialog's choice, which the command line makes until the dialog exists.
+    const int32_t chosenWidth = StartPageWidth, chosenHeight = StartPageHeight;
+    const bool fromFile = IdentifyStartFile(&StartPageWidth, &StartPageHeight);
     if (*LastConfig) LoadProfile(LastConfig);
-    if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) return FailStart(1000);
+    LoadFormatSettings();
+    LoadRecentFiles();
+    if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) {
+        // A file larger than memory allows still leaves the program to start at the size
+        // it would have had without it.
+        if (!fromFile || !ResizePageBuffers(chosenWidth, chosenHeight)) return FailStart(1000);
+        AlertMsg(1000);
+    }
     if (!InitLayers()) return FailStart(1000); // the layer table, once the page has its size
 
     PageNotReady = 0;
@@ -320,6 +329,7 @@ void AppFinish() {
         SaveToolSettings();
         ConfigSetInt("Main", "WIN_X", MainPanelX);
         ConfigSetInt("Main", "WIN_Y", MainPanelY);
+        SaveFormatSettings();
     }
     Cleanup();
     ConfigSetOn("Main", "SaveConfig", SaveConfigOn != 0);
@@ -368,6 +378,7 @@ void Cleanup() {
     std::free(WetBuffer);
     std::free(ScratchList);
     WetBuffer = ScratchList = nullptr;
+    CloseImageModules();
     ScreenClose();
     PlatformClose();
     CloseCache();

@@ -73,6 +73,12 @@ int ReverseImages(Clip* clip, int32_t first, int32_t last);
 // A read-only clip under the stack that plays a video file. Opening one needs the video
 // reader; without it the open fails with message 10206 and nothing changes.
 int OpenVideoLayer(const char* path, int a, int b, int fields, int d);
+// What the open video layer was opened with, for the project file to reopen it.
+struct VideoSource {
+    char Path[2048];
+    int32_t A, B, Fields, D;
+};
+extern VideoSource VideoLayerSource;
 void SelectVideoLayer();
 void ToggleVideoLayer();
 void DeleteVideoLayer();

@@ -3,6 +3,7 @@
 // Sections: the list; the file; the change.
 #include "project/page_size.h"
 
+#include "files/project_file.h"
 #include "host/main_loop.h"
 #include "host/platform.h"
 #include "host/screen.h"
@@ -21,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 namespace nemu {
@@ -124,10 +126,16 @@ int32_t LoadPageSizes() {
 int ChangePageSize(int32_t width, int32_t height, int keepContents) {
     if (width < 1 || height < 1) return 0;
     if (!ConfirmPageSizeChange()) return 0;
-    // The project file that would carry the layers across is not there yet: say that the
-    // contents go, and let the user decide.
-    if (keepContents && !AskYesNo(MsgGet(nullptr, 1440), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002)))
-        return 0;
+    // The project crosses the change in a file: saved at the old size, loaded at the new.
+    std::string kept;
+    if (keepContents) {
+        kept = TempDir + std::to_string(long(std::time(nullptr))) + ".nem";
+        if (WriteProjectFile(kept.c_str(), ProjectFileTemporary) != 0) {
+            std::remove(kept.c_str());
+            kept.clear();
+            if (!AskYesNo(MsgGet(nullptr, 1440), MsgGet(nullptr, 1001), MsgGet(nullptr, 1002))) return 0;
+        }
+    }
     const int32_t oldWidth = PageWidth, oldHeight = PageHeight;
     ResetProject(nullptr, 1, 1);
     FreeLayers();
@@ -146,6 +154,14 @@ int ChangePageSize(int32_t width, int32_t height, int keepContents) {
     }
     SetShowAllLayers(true);
     SavedCounter = ChangeCounter;
+    if (!kept.empty()) {
+        // Scaled to the new size, unless the page fell back to a size nobody asked for.
+        if (ReadProjectFile(kept.c_str(), 0, result == 1, 1, ProjectFileTemporary) == 0)
+            std::remove(kept.c_str());
+        else
+            AlertMsg(1445);
+        SavedCounter = uint32_t(-1);
+    }
     return result;
 }
 

@@ -7,6 +7,7 @@
 #include "store/tile_store.h"
 #include "ui/requests.h"
 
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -14,6 +15,7 @@ namespace nemu {
 
 Clip* (*OpenVideoClipHook)(const char* path, int a, int b, int fields, int d) = nullptr;
 int (*AskVideoFileHook)(char* path, int size) = nullptr;
+VideoSource VideoLayerSource = {};
 
 int OpenVideoLayer(const char* path, int a, int b, int fields, int d) {
     Clip* clip = path && OpenVideoClipHook ? OpenVideoClipHook(path, a, b, fields, d) : nullptr;
@@ -34,6 +36,8 @@ int OpenVideoLayer(const char* path, int a, int b, int fields, int d) {
     layer->FirstImage = 0;
     layer->LastImage = clip->ImageCount - 1;
     VideoLayer = layer;
+    std::snprintf(VideoLayerSource.Path, sizeof VideoLayerSource.Path, "%s", path);
+    VideoLayerSource.A = a, VideoLayerSource.B = b, VideoLayerSource.Fields = fields, VideoLayerSource.D = d;
     Redisplay();
     return 1;
 }

@@ -11,5 +11,6 @@ extern const ScriptCommand ColourCommands[];
 extern const ScriptCommand LayerCommands[];
 extern const ScriptCommand ToolCommands[];
 extern const ScriptCommand UndoCommands[];
+extern const ScriptCommand FileCommands[];
 
 } // namespace nemu

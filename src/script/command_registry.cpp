@@ -12,6 +12,7 @@ const ScriptCommand* const CommandFamilies[] = {
     LayerCommands,
     ToolCommands,
     UndoCommands,
+    FileCommands,
     nullptr,
 };
 // clang-format on

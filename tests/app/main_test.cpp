@@ -127,3 +127,65 @@ TEST(Program, BatchCommandsPaintWithTheToolsAndReadThePaintBack) {
     r = Nemu("--headless -c '[om_line 10 10 300 200 0] [om_getpixel 150 150] [om_undo] [om_getpixel 10 10]'");
     EXPECT_EQ(r.Output, "[][0 0 0 0][][0 0 0 0]\n");
 }
+
+TEST(Program, StartFilesOpenAsThePageOrTheProjectAndFurtherLayers) {
+    // A picture gives the page its size and becomes the one layer.
+    std::string png = NEMU_SOURCE_DIR "/tests/data/png/rgb.png";
+    ProgramRun r = Nemu("--headless -c '[om_getwidth] [om_getheight] [om_layergetid 1]' " + png);
+    EXPECT_EQ(r.Status, 0);
+    EXPECT_EQ(r.Output, "[24][16][none]\n");
+    // A saved project opens at its size, with its layers, and later names come in as layers.
+    std::string project = TempPath("start.nem");
+    r = Nemu(
+        "--headless --size 33x44 -c '[om_layercreate second] [om_writepixel 5 6 1 2 3 255] [om_saveproject " +
+        project + "]'");
+    ASSERT_EQ(r.Status, 0) << r.Output;
+    r = Nemu("--headless -c '[om_getwidth] [om_getheight] [om_getpixel 5 6] [om_layergetid 2]' " + project);
+    EXPECT_EQ(r.Output, "[33][44][1 2 3 255][none]\n");
+    r = Nemu("--headless -c '[om_getwidth] [om_layergetid 2] [om_layergetid 3]' " + project + " " + png);
+    EXPECT_EQ(r.Output, "[33][3][none]\n");
+    // A name that is neither goes by with a warning; the next one opens as the project.
+    r = Nemu("--headless -c '[om_getwidth]' " + TempPath("nothing.nem") + " " + project);
+    EXPECT_EQ(r.Output, "[33]\n");
+    EXPECT_EQ(r.Status, 0);
+}
+
+TEST(Program, PicturesOfOtherProgramsOpenAtStart) {
+    if (std::system("command -v convert >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "ImageMagick is not installed";
+    std::string png = TempPath("magick.png"), jpg = TempPath("magick.jpg"), tif = TempPath("magick.tif");
+    for (const std::string& file : {png, jpg, tif}) {
+        ASSERT_EQ(std::system(("convert -size 37x21 xc:'#204060' " + file).c_str()), 0);
+        ProgramRun r = Nemu("--headless -c '[om_getwidth] [om_getheight] [om_getpixel 36 20]' " + file);
+        EXPECT_EQ(r.Status, 0);
+        int red = 0, green = 0, blue = 0, alpha = 0;
+        ASSERT_EQ(std::sscanf(r.Output.c_str(), "[37][21][%d %d %d %d]", &red, &green, &blue, &alpha), 4)
+            << file << ": " << r.Output;
+        EXPECT_NEAR(red, 0x20, 2) << file;
+        EXPECT_NEAR(green, 0x40, 2) << file;
+        EXPECT_NEAR(blue, 0x60, 2) << file;
+        EXPECT_EQ(alpha, 255);
+    }
+}
+
+TEST(Program, PicturesSavedByScriptAreReadByOtherPrograms) {
+    if (std::system("command -v identify >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "ImageMagick is not installed";
+    struct Case {
+        const char* Mode;
+        const char* File;
+        const char* Format;
+    } cases[] = {{"png", "out.png", "PNG"}, {"jpeg 90", "out.jpg", "JPEG"}, {"tiff", "out.tif", "TIFF"}};
+    for (const Case& c : cases) {
+        std::string path = TempPath(c.File);
+        ProgramRun r = Nemu(std::string("--headless --size 29x17 -c '[om_savemode ") + c.Mode +
+                            "] [om_writepixel 1 1 255 0 0 255] [om_saveimage " + path + "]'");
+        EXPECT_EQ(r.Output, "[][][]\n") << c.Mode;
+        FILE* p = popen(("identify -format '%m %w %h' " + path + " 2>/dev/null").c_str(), "r");
+        ASSERT_NE(p, nullptr);
+        char said[128] = {};
+        size_t n = std::fread(said, 1, sizeof said - 1, p);
+        pclose(p);
+        EXPECT_EQ(std::string(said, n), std::string(c.Format) + " 29 17") << c.Mode;
+    }
+}

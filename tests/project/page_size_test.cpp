@@ -88,14 +88,18 @@ TEST_F(ProjectTest, AChangeOfPageSizeGivesOneEmptyLayerAndFreesTheOldOnes) {
 }
 
 TEST_F(ProjectTest, AChangeThatWouldLoseWorkIsAskedFirst) {
-    // Nobody says yes: a spare page, or contents to keep, stop the change.
+    // Nobody says yes: a spare page, or contents that can't be kept, stop the change.
     SparePage = NewClearBitmap(8, 4);
     testing::internal::CaptureStderr();
     EXPECT_EQ(ChangePageSize(20, 20, 0), 0);
     FreeBitmap(SparePage);
     SparePage = nullptr;
+    std::string temp = TempDir;
+    TempDir = "/nonexistent-folder-of-nemu/";
     EXPECT_EQ(ChangePageSize(20, 20, 1), 0);
-    testing::internal::GetCapturedStderr();
+    TempDir = temp;
+    std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find(MsgGet(nullptr, 1440)), std::string::npos) << said;
     EXPECT_EQ(PageWidth, 8);
     EXPECT_EQ(ChangePageSize(0, 20, 0), 0);
     // A page that cannot be had falls back to the size there was.
