@@ -95,7 +95,7 @@ std::string RemoteFolder(bool make, std::string* why) {
 
 std::string RemoteSocketName(int instance) {
     std::string name = "Nemu.Commands";
-    if (instance > 1) name += "." + std::to_string(instance);
+    if (instance > 1) name.append(".").append(std::to_string(instance));
     return name;
 }
 

@@ -139,7 +139,7 @@ void Accumulate(float* acc, int w, double xa, double ya, double xb, double yb, d
     int n = 1;
     for (double border : {0.0, double(w)})
         if ((xa - border) * (xb - border) < 0) cuts[n++] = (border - xa) / (xb - xa);
-    std::sort(cuts + 1, cuts + n);
+    if (n == 3 && cuts[2] < cuts[1]) std::swap(cuts[1], cuts[2]); // at most two cuts
     cuts[n] = 1;
     for (int i = 0; i < n; ++i) {
         double t0 = cuts[i], t1 = cuts[i + 1];
