@@ -73,6 +73,7 @@ void NemuDabs(benchmark::State& state, bool plain) {
     CurrentStamp = nullptr;
     FreeBitmap(Page);
     Page = PageBase = nullptr;
+    PlainKernels = -1; // back to the environment's choice, for every benchmark after this one
 }
 
 void BM_NemuAirbrush(benchmark::State& state) {
