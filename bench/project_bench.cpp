@@ -32,7 +32,6 @@
 #include <cstdlib>
 #include <pixman.h>
 #include <string>
-#include <sys/stat.h>
 #include <time.h>
 #include <vector>
 
@@ -44,12 +43,7 @@ constexpr int PageW = 1920, PageH = 1080;
 // ---- A project on a headless screen ------------------------------------------------------------
 
 bool OpenProject() {
-    const char* xdg = std::getenv("XDG_CACHE_HOME");
-    const char* home = std::getenv("HOME");
-    std::string base = xdg && *xdg ? xdg : home && *home ? std::string(home) + "/.cache" : "/tmp";
-    mkdir(base.c_str(), 0700);
-    TempDir = base + "/nemu/";
-    mkdir(TempDir.c_str(), 0700);
+    SetupTempDir();
     if (!OpenCache()) return false;
     TrimCache();
     BuildDrawTables();

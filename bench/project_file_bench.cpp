@@ -39,16 +39,6 @@ constexpr double RawMB = double(W) * H * 4 * Frames / (1 << 20);
 
 // ---- The project ---------------------------------------------------------------------------------
 
-std::string BenchFolder() {
-    const char* xdg = std::getenv("XDG_CACHE_HOME");
-    const char* home = std::getenv("HOME");
-    std::string base = xdg && *xdg ? xdg : home && *home ? std::string(home) + "/.cache" : "/tmp";
-    mkdir(base.c_str(), 0700);
-    std::string folder = base + "/nemu/";
-    mkdir(folder.c_str(), 0700);
-    return folder;
-}
-
 // Soft gradients, so that most pixels differ from their neighbours as in painted work,
 // under discs of flat colour.
 void PaintBackground(Bitmap* b) {
@@ -79,7 +69,7 @@ void Drawing(const Bitmap* background, Bitmap* frame, int n) {
 // One clip layer of Frames images: a new drawing every second image, held for the next;
 // every ten drawings the background gains a stroke that stays.
 bool BuildProject() {
-    TempDir = BenchFolder();
+    SetupTempDir();
     if (!OpenCache()) return false;
     TrimCache();
     BuildDrawTables();

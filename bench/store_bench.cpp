@@ -22,7 +22,6 @@
 #include <png.h>
 #include <random>
 #include <string>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 #include <vector>
@@ -32,18 +31,8 @@ namespace {
 
 // ---- Setting up ---------------------------------------------------------------------------
 
-// The temporary folder as the program makes it: the cache folder of the user.
-void UseCacheFolder() {
-    const char* xdg = std::getenv("XDG_CACHE_HOME");
-    const char* home = std::getenv("HOME");
-    std::string base = xdg && *xdg ? xdg : home && *home ? std::string(home) + "/.cache" : "/tmp";
-    mkdir(base.c_str(), 0700);
-    TempDir = base + "/nemu/";
-    mkdir(TempDir.c_str(), 0700);
-}
-
 bool OpenWithLimit(int64_t limit) {
-    UseCacheFolder();
+    SetupTempDir(); // the temporary folder as the program makes it
     ConfigSet("Main", "CacheSize", std::to_string(limit).c_str());
     if (!OpenCache()) return false;
     TrimCache();
@@ -244,7 +233,7 @@ constexpr int32_t ChunkBytes = 64 * 1024;
 constexpr int64_t CacheBytes = int64_t(16) << 20;
 
 bool EnoughDisk(benchmark::State& state) {
-    UseCacheFolder();
+    SetupTempDir(); // the temporary folder as the program makes it
     struct statvfs fs;
     if (statvfs(TempDir.c_str(), &fs) != 0) {
         state.SkipWithError("cannot examine the temporary folder");

@@ -113,6 +113,7 @@ extern void (*RunRemoteCommand)(RemoteRequest* request);
 
 // ---- The spine ------------------------------------------------------------------------------------
 int SetupPlaces(); // HomeDir, ProgramDir, TempDir and Nemu.INI; 1 on success
+void SetupTempDir(); // TempDir alone: the user's cache folder, made if need be
 int ProgramStart(const char* commandLine);
 int AppMain();
 int AppStart();   // builds everything up to the main loop; 0 on success, else the exit status

@@ -85,6 +85,16 @@ static std::string MachineFilePath() {
 // What a first start writes, so that the user finds the keys where they belong.
 static const char DefaultMachineFile[] = "[STARTUP]\nBORDER=1\nGAUGE=1\nZORRO=1\n";
 
+void SetupTempDir() {
+    std::string cache = EnvOr("XDG_CACHE_HOME", UserHome() + "/.cache") + "/nemu";
+    if (MakeFolders(cache, 0700))
+        TempDir = WithSlash(cache);
+    else if (const char* tmp = std::getenv("TMPDIR"); tmp && *tmp)
+        TempDir = WithSlash(tmp);
+    else
+        TempDir = "/tmp/";
+}
+
 int SetupPlaces() {
     std::string configDir = EnvOr("XDG_CONFIG_HOME", UserHome() + "/.config") + "/nemu";
     MakeFolders(configDir, 0700);
@@ -93,13 +103,7 @@ int SetupPlaces() {
     std::string bin = FolderOfProgram();
     ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : bin + "/../share/nemu";
 
-    std::string cache = EnvOr("XDG_CACHE_HOME", UserHome() + "/.cache") + "/nemu";
-    if (MakeFolders(cache, 0700))
-        TempDir = WithSlash(cache);
-    else if (const char* tmp = std::getenv("TMPDIR"); tmp && *tmp)
-        TempDir = WithSlash(tmp);
-    else
-        TempDir = "/tmp/";
+    SetupTempDir();
 
     std::string ini = MachineFilePath();
     if (access(ini.c_str(), F_OK) != 0) WriteFileAtomic(ini.c_str(), DefaultMachineFile);
