@@ -1,9 +1,10 @@
 // The settings store. One parser and one writer serve the current profile and every
 // other settings file, Nemu.INI included.
 #include "ui/settings.h"
-#include "host/platform.h"
 
+#include "files/safe_file.h"
 #include "host/main_loop.h"
+#include "host/platform.h"
 
 #include <cctype>
 #include <cerrno>
@@ -145,27 +146,18 @@ std::string ConfigText(const ConfigFile* file) {
 }
 
 int WriteFileAtomic(const char* path, const std::string& text) {
-    std::string tmp = std::string(path) + ".XXXXXX";
-    int fd = mkstemp(tmp.data());
-    if (fd < 0) return 0;
-    // The new file takes the old one's permissions; a new settings file is the user's own.
     struct stat st;
-    fchmod(fd, stat(path, &st) == 0 ? st.st_mode & 07777 : 0600);
-    bool ok = true;
-    size_t done = 0;
-    while (ok && done < text.size()) {
-        ssize_t n = write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        ok = n > 0;
-        if (ok) done += size_t(n);
-    }
-    ok = (fsync(fd) == 0) && ok;
-    ok = (close(fd) == 0) && ok;
-    if (!ok || std::rename(tmp.c_str(), path) != 0) {
-        std::remove(tmp.c_str());
+    const bool existing = stat(path, &st) == 0;
+    SafeFile safe;
+    FILE* f = OpenSafeFile(&safe, path);
+    if (!f) return 0;
+    // A replaced file keeps its permissions; a new settings file is the user's own.
+    if (!existing) fchmod(fileno(f), 0600);
+    if (std::fwrite(text.data(), 1, text.size(), f) != text.size()) {
+        AbandonSafeFile(&safe);
         return 0;
     }
-    return 1;
+    return CommitSafeFile(&safe) == 0;
 }
 
 // The whole of a settings file, if it is of a size that a settings file can have.

@@ -205,6 +205,29 @@ TEST_F(SettingsTest, AFailedWriteLeavesTheOldFileWhole) {
     EXPECT_EQ(WriteFileAtomic((dir + "/no/such/folder.ini").c_str(), "x"), 0);
 }
 
+TEST_F(SettingsTest, AWrittenFileIsPrivateWhenNewAndKeepsItsModeAndLinkWhenReplaced) {
+    std::string dir = TempPath("modes");
+    mkdir(dir.c_str(), 0700);
+    struct stat st;
+    std::string fresh = dir + "/new.ini";
+    ASSERT_EQ(WriteFileAtomic(fresh.c_str(), "[A]\n"), 1);
+    ASSERT_EQ(stat(fresh.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+
+    std::string shared = dir + "/shared.ini";
+    WriteFile(shared, "old");
+    chmod(shared.c_str(), 0644);
+    std::string link = dir + "/link.ini";
+    ASSERT_EQ(symlink("shared.ini", link.c_str()), 0);
+    ASSERT_EQ(WriteFileAtomic(link.c_str(), "new"), 1);
+    ASSERT_EQ(lstat(link.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode)) << "the link stays a link";
+    EXPECT_EQ(ReadFile(shared), "new");
+    ASSERT_EQ(stat(shared.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0644u);
+    EXPECT_EQ(FilesIn(dir), 3);
+}
+
 TEST_F(SettingsTest, ProfilesLoadCopyAndRefuseBadNames) {
     EXPECT_EQ(ConfigSet("Main", "a", "1"), 1);
     CurrentConfig->Path = TempPath("current.ini");
