@@ -9,6 +9,8 @@
 //   otherwise each byte is Mul(B, 255 - a) + Mul(d, L).
 // At d = 255 an opaque L replaces B whole. Bytes wrap as the blend loops' bytes do.
 #pragma once
+#include "store/tile_pack.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -19,35 +21,6 @@ namespace nemu {
 inline uint32_t MulByte(uint32_t x, uint32_t y) {
     uint32_t v = x * y + 254;
     return (v + 1 + (v >> 8)) >> 8;
-}
-
-// MulByte of two bytes at once: the bytes sit in the low halves of two 16-bit lanes
-// (mask 00FF00FF), and each lane holds its product, which stays below 65536 through the
-// whole form, so the lanes never spill into each other.
-inline uint32_t MulLanes(uint32_t lanes, uint32_t k) {
-    uint32_t v = lanes * k + 0x00FE00FEu;
-    return ((v + 0x00010001u + ((v >> 8) & 0x00FF00FFu)) >> 8) & 0x00FF00FFu;
-}
-
-// Each byte of p scaled by d.
-inline uint32_t ScalePixel(uint32_t p, uint32_t d) {
-    return MulLanes(p & 0x00FF00FFu, d) | MulLanes((p >> 8) & 0x00FF00FFu, d) << 8;
-}
-
-// Each byte of b scaled by k, plus the same byte of s, wrapping.
-inline uint32_t ScaleAddPixel(uint32_t b, uint32_t k, uint32_t s) {
-    uint32_t even = (MulLanes(b & 0x00FF00FFu, k) + (s & 0x00FF00FFu)) & 0x00FF00FFu;
-    uint32_t odd = (MulLanes((b >> 8) & 0x00FF00FFu, k) + ((s >> 8) & 0x00FF00FFu)) & 0x00FF00FFu;
-    return even | odd << 8;
-}
-
-// Layer pixel l at density d added to b.
-inline uint32_t AddLayerPixel(uint32_t b, uint32_t l, uint32_t d) {
-    uint32_t a = MulByte(d, l >> 24);
-    if (a == 0) return b;
-    uint32_t scaled = d >= 255 ? l : ScalePixel(l, d);
-    if ((b >> 24) == 0) return scaled;
-    return ScaleAddPixel(b, 255 - a, scaled);
 }
 
 // Pixel p shown over the opaque colour g: c + Mul(g.c, 255 - a), alpha 255. A channel

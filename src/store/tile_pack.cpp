@@ -194,37 +194,4 @@ int CheckRect(const uint8_t* code, size_t size, int w, int h) {
     return DecodeRows(code, size, size_t(w), size_t(h), sink);
 }
 
-// ---- Blending ---------------------------------------------------------------------------
-
-// Each byte of t scaled by k, plus the same byte of s; bytes wrap as the blenders' do.
-static uint32_t ScaleAdd(uint32_t t, uint32_t k, uint32_t s) {
-    uint32_t r = 0;
-    for (int shift = 0; shift < 32; shift += 8) {
-        uint32_t v = MulUp((t >> shift) & 255, k) + ((s >> shift) & 255);
-        r |= (v & 255) << shift;
-    }
-    return r;
-}
-
-static uint32_t Scale(uint32_t s, uint32_t d) {
-    uint32_t r = 0;
-    for (int shift = 0; shift < 32; shift += 8) r |= MulUp(d, (s >> shift) & 255) << shift;
-    return r;
-}
-
-uint32_t OverPixel(uint32_t t, uint32_t s, int density) {
-    uint32_t alpha = s >> 24;
-    if (density >= 255) {
-        if (alpha == 255) return s;
-        if (alpha == 0) return t;
-        if ((t >> 24) == 0) return s;
-        return ScaleAdd(t, 255 - alpha, s);
-    }
-    uint32_t a = MulUp(uint32_t(density), alpha);
-    if (a == 0) return t;
-    uint32_t scaled = Scale(s, uint32_t(density));
-    if ((t >> 24) == 0) return scaled;
-    return ScaleAdd(t, 255 - a, scaled);
-}
-
 } // namespace nemu

@@ -49,7 +49,44 @@ int CheckRect(const uint8_t* code, size_t size, int w, int h);
 inline uint32_t MulUp(uint32_t a, uint32_t b) {
     return (a * b + 254) / 255;
 }
-// One pixel s over t at density d, premultiplied.
-uint32_t OverPixel(uint32_t t, uint32_t s, int density);
+
+// ---- Pixels ---------------------------------------------------------------------------
+// The same products two bytes at a time, and the blend of a layer pixel that both the
+// tile store and the stack's composition use.
+
+// MulUp of two bytes at once: the bytes sit in the low halves of two 16-bit lanes
+// (mask 00FF00FF), and each lane holds its product, which stays below 65536 through the
+// whole form, so the lanes never spill into each other.
+inline uint32_t MulLanes(uint32_t lanes, uint32_t k) {
+    uint32_t v = lanes * k + 0x00FE00FEu;
+    return ((v + 0x00010001u + ((v >> 8) & 0x00FF00FFu)) >> 8) & 0x00FF00FFu;
+}
+
+// Each byte of p scaled by d.
+inline uint32_t ScalePixel(uint32_t p, uint32_t d) {
+    return MulLanes(p & 0x00FF00FFu, d) | MulLanes((p >> 8) & 0x00FF00FFu, d) << 8;
+}
+
+// Each byte of b scaled by k, plus the same byte of s, wrapping.
+inline uint32_t ScaleAddPixel(uint32_t b, uint32_t k, uint32_t s) {
+    uint32_t even = (MulLanes(b & 0x00FF00FFu, k) + (s & 0x00FF00FFu)) & 0x00FF00FFu;
+    uint32_t odd = (MulLanes((b >> 8) & 0x00FF00FFu, k) + ((s >> 8) & 0x00FF00FFu)) & 0x00FF00FFu;
+    return even | odd << 8;
+}
+
+// Layer pixel l at density d added to b.
+inline uint32_t AddLayerPixel(uint32_t b, uint32_t l, uint32_t d) {
+    d = d > 255 ? 255 : d;
+    uint32_t a = MulUp(d, l >> 24);
+    if (a == 0) return b;
+    uint32_t scaled = d >= 255 ? l : ScalePixel(l, d);
+    if ((b >> 24) == 0) return scaled;
+    return ScaleAddPixel(b, 255 - a, scaled);
+}
+
+// One pixel s over t at density d (clamped to 0..255), premultiplied.
+inline uint32_t OverPixel(uint32_t t, uint32_t s, int density) {
+    return AddLayerPixel(t, s, uint32_t(density < 0 ? 0 : density));
+}
 
 } // namespace nemu
