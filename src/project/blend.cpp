@@ -34,6 +34,11 @@ bool lanes::HasWideLanes() {
     return has;
 }
 
+bool lanes::x16::HasLanes() {
+    static const bool has = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
+    return has;
+}
+
 namespace {
 using namespace lanes;
 

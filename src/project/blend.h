@@ -157,6 +157,10 @@ void MixPixels(const MixArea& area, uint32_t d, uint32_t bits, const Backdrop& b
 // The same pixel by pixel through MixPixel and BehindPixel: the reference the vector form
 // is held to, and what NEMU_PLAIN_KERNELS=1 runs.
 void MixPixelsPlain(const MixArea& area, uint32_t d, uint32_t bits, const Backdrop& backdrop = {});
+// The three-picture case runs sixteen pixels at a time where the processor allows (-1);
+// 0 keeps it to eight, as on processors without the wider units. Tests hold both forms
+// to the reference.
+extern int32_t WiderLanes;
 // The vector form, whatever the switch says; false when this processor has none.
 bool MixPixelsFast(const MixArea& area, uint32_t d, uint32_t bits, const Backdrop& backdrop = {});
 // How many rows ahead MixPixels asks for the rows it will read: they lie a page's width

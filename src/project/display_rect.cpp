@@ -105,11 +105,6 @@ int ComposeWithMixer(int px, int py, int w, int h, Bitmap* dst) {
     MixArea area = Area(px, py, w, h);
     area.Page = RowOf(Page, px, py), area.PageStride = size_t(Page->Width);
     area.Out = dst->Pixels, area.OutStride = size_t(dst->Width);
-    // The screen asks for a rectangle strip by strip: the first rows of the next strip
-    // are asked for now, as MixPixels does within one.
-    for (int32_t r = py + h; r < std::min(py + h + MixAhead, PageHeight); r++)
-        for (const Bitmap* b : {MixerA, Page, MixerC})
-            if (b) PrefetchRow(RowOf(b, px, r), w);
     MixPixels(area, DisplayDensity(), bits, DisplayBackdrop());
     return 1;
 }

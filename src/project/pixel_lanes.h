@@ -110,4 +110,74 @@ NEMU_WIDE V Behind(V p, V g, V gEven, V gOdd) {
     return Select(AllThrough(k), g, over);
 }
 
+// ---- Sixteen pixels at a time -----------------------------------------------------------------------------
+// The same forms on 512-bit units, for the one kernel whose cost is the whole cost of
+// painting under a stack: the display's three-picture mix. Selects and the ends of rows
+// go through masks, one bit a pixel.
+namespace x16 {
+
+#define NEMU_WIDER inline __attribute__((target("avx512f,avx512bw"), always_inline))
+#define NEMU_WIDER_KERNEL __attribute__((target("avx512f,avx512bw")))
+
+using W = __m512i;
+using Mask = __mmask16;
+constexpr int N = 16;
+
+// Whether this processor (and its system) has the 512-bit units with their byte and word
+// forms.
+bool HasLanes();
+
+// The first n pixels of sixteen, n up to 16.
+inline Mask First(int32_t n) {
+    return Mask(n >= N ? 0xFFFFu : (1u << n) - 1);
+}
+// Pixels outside the mask read as 0 and are left alone when stored.
+NEMU_WIDER W Load(const uint32_t* p, Mask k) {
+    return _mm512_maskz_loadu_epi32(k, p);
+}
+NEMU_WIDER void Store(uint32_t* p, Mask k, W v) {
+    _mm512_mask_storeu_epi32(p, k, v);
+}
+NEMU_WIDER W Splat(uint32_t x) {
+    return _mm512_set1_epi32(int32_t(x));
+}
+NEMU_WIDER Mask Transparent(W p) {
+    return _mm512_testn_epi32_mask(p, Splat(0xFF000000u));
+}
+NEMU_WIDER Mask Opaque(W p) {
+    return _mm512_cmpge_epu32_mask(p, Splat(0xFF000000u));
+}
+NEMU_WIDER W MulHalves(W x, W k) {
+    W v = _mm512_add_epi16(_mm512_mullo_epi16(x, k), _mm512_set1_epi16(255));
+    return _mm512_mulhi_epu16(v, _mm512_set1_epi16(257));
+}
+NEMU_WIDER W Through(W p) {
+    const W spread = _mm512_set4_epi32(int32_t(0xFF0FFF0Fu), int32_t(0xFF0BFF0Bu), int32_t(0xFF07FF07u),
+                                       int32_t(0xFF03FF03u));
+    return _mm512_sub_epi16(Splat(0x00FF00FFu), _mm512_shuffle_epi8(p, spread));
+}
+NEMU_WIDER W Even(W p) {
+    return _mm512_and_si512(p, Splat(0x00FF00FFu));
+}
+NEMU_WIDER W Odd(W p) {
+    return _mm512_srli_epi16(p, 8);
+}
+NEMU_WIDER W Join(W even, W odd) {
+    return _mm512_or_si512(even, _mm512_slli_epi16(odd, 8));
+}
+NEMU_WIDER W Scale(W p, W k) {
+    return Join(MulHalves(Even(p), k), MulHalves(Odd(p), k));
+}
+NEMU_WIDER W ScaleAdd(W b, W k, W s) {
+    return _mm512_add_epi8(Scale(b, k), s);
+}
+// BehindPixel, with g's even and odd bytes given.
+NEMU_WIDER W Behind(W p, W g, W gEven, W gOdd) {
+    W k = Through(p);
+    W under = Join(MulHalves(gEven, k), MulHalves(gOdd, k));
+    W over = _mm512_or_si512(_mm512_adds_epu8(under, p), Splat(0xFF000000u));
+    return _mm512_mask_mov_epi32(over, Transparent(p), g);
+}
+
+} // namespace x16
 } // namespace nemu::lanes

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
+#include <string>
 #include <vector>
 
 using namespace nemu;
@@ -77,7 +78,15 @@ SweepCase MakeCase(int number) {
     return c;
 }
 
-TEST(MixPixels, TheVectorFormEqualsThePlainFormsOverARandomSweep) {
+// Both vector widths of the three-picture case, where the processor has the wider: the
+// sixteen-pixel form (-1) and the eight-pixel form that other processors run (0).
+class MixPixelsWidths : public testing::TestWithParam<int32_t> {
+  protected:
+    void SetUp() override { WiderLanes = GetParam(); }
+    void TearDown() override { WiderLanes = -1; }
+};
+
+TEST_P(MixPixelsWidths, TheVectorFormEqualsThePlainFormsOverARandomSweep) {
     int first = 0, last = 8000;
     if (const char* only = std::getenv("NEMU_SWEEP_CASE")) first = last = std::atoi(only);
     for (int number = first; number <= last; number++) {
@@ -99,7 +108,7 @@ TEST(MixPixels, TheVectorFormEqualsThePlainFormsOverARandomSweep) {
     }
 }
 
-TEST(MixPixels, TheAreaMayBeWrittenOverItsOwnPage) {
+TEST_P(MixPixelsWidths, TheAreaMayBeWrittenOverItsOwnPage) {
     for (int number = 0; number < 600; number++) {
         SweepCase c = MakeCase(number);
         std::vector<uint32_t> expected(c.Page.Pixels.size());
@@ -110,6 +119,10 @@ TEST(MixPixels, TheAreaMayBeWrittenOverItsOwnPage) {
         ASSERT_EQ(c.Page.Pixels, expected) << "case " << number;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Widths, MixPixelsWidths, testing::Values(-1, 0), [](const auto& info) {
+    return info.param ? std::string("Widest") : std::string("EightPixels");
+});
 
 TEST(MixPixels, ThePlainSwitchRunsTheReference) {
     // A broken page pixel under a transparent top: the forms differ from a naive over,
