@@ -16,7 +16,7 @@
 
 namespace nemu {
 
-int32_t LastPointerFX = 0x8000, LastPointerFY = 0x8000;
+int32_t LastPointerFX = PointerAwayFixed, LastPointerFY = PointerAwayFixed;
 NativeMsg HeldMessage;
 int32_t HeldFlag = 0;
 uint32_t WaitTimer = 0;

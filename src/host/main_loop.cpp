@@ -29,10 +29,10 @@ int32_t WetKeep = 0;
 uint32_t PageVersion = 0;
 uint32_t PreviewStale = 0;
 
-int32_t WindowPointerFX = 0, WindowPointerFY = 0;
-int16_t WindowPointerX = 0, WindowPointerY = 0;
-int32_t PointerFX = 0, PointerFY = 0;
-int16_t PointerX = 0, PointerY = 0;
+int32_t WindowPointerFX = PointerAwayFixed, WindowPointerFY = PointerAwayFixed;
+int16_t WindowPointerX = PointerAwayCoord, WindowPointerY = PointerAwayCoord;
+int32_t PointerFX = PointerAwayFixed, PointerFY = PointerAwayFixed;
+int16_t PointerX = PointerAwayCoord, PointerY = PointerAwayCoord;
 int32_t PressFX = 0, PressFY = 0;
 int16_t PressX = 0, PressY = 0;
 int32_t LeftHeld = 0, RightHeld = 0;

@@ -16,17 +16,17 @@ struct Bitmap;
 enum NativeMessage : uint32_t {
     WM_CREATE = 1,
     WM_DESTROY = 2,
-    WM_MOVE = 3, // LParam: position word of the client area's corner on the screen
-    WM_SIZE = 5, // LParam: low half client width, high half client height; WParam 1: minimized, size 0
+    WM_MOVE = 3,   // LParam: position word of the client area's corner on the screen
+    WM_SIZE = 5,   // LParam: low half client width, high half client height; WParam 1: minimized, size 0
     WM_PAINT = 15, // WParam/LParam: invalid rectangle, see PaintRect
     WM_CLOSE = 16,
     WM_QUERYENDSESSION = 17,
     WM_GETMINMAXINFO = 36,
     WM_DISPLAYCHANGE = 126, // LParam: the screen's new width and height as a position word
-    WM_KEYDOWN = 256, // WParam: virtual-key number
+    WM_KEYDOWN = 256,       // WParam: virtual-key number
     WM_KEYUP = 257,
-    WM_CHAR = 258, // WParam: the character, a Unicode code point
-    WM_TIMER = 275, // WParam: timer id
+    WM_CHAR = 258,      // WParam: the character, a Unicode code point
+    WM_TIMER = 275,     // WParam: timer id
     WM_MOUSEMOVE = 512, // LParam: position word, low half column, high half row (signed 16 bits each)
     WM_LBUTTONDOWN = 513,
     WM_LBUTTONUP = 514,
@@ -35,7 +35,7 @@ enum NativeMessage : uint32_t {
     WM_MBUTTONDOWN = 519,
     WM_MBUTTONUP = 520,
     WM_MOUSEWHEEL = 522, // WParam high half: signed delta, 120 a notch; LParam: position word
-    WM_DROPFILES = 563, // Text: NUL-separated file names
+    WM_DROPFILES = 563,  // Text: NUL-separated file names
     WM_QUERYNEWPALETTE = 783,
     WM_DDE_INITIATE = 992,
     WM_DDE_TERMINATE = 993,
@@ -49,14 +49,45 @@ enum NativeMessage : uint32_t {
 
 // Win32 virtual-key numbers that other parts compare against.
 enum VirtualKey : uint32_t {
-    VK_BACK = 8, VK_TAB = 9, VK_RETURN = 13, VK_SHIFT = 16, VK_CONTROL = 17, VK_MENU = 18, VK_PAUSE = 19,
-    VK_CAPITAL = 20, VK_ESCAPE = 27, VK_SPACE = 32, VK_PRIOR = 33, VK_NEXT = 34, VK_END = 35, VK_HOME = 36,
-    VK_LEFT = 37, VK_UP = 38, VK_RIGHT = 39, VK_DOWN = 40, VK_INSERT = 45, VK_DELETE = 46,
+    VK_BACK = 8,
+    VK_TAB = 9,
+    VK_RETURN = 13,
+    VK_SHIFT = 16,
+    VK_CONTROL = 17,
+    VK_MENU = 18,
+    VK_PAUSE = 19,
+    VK_CAPITAL = 20,
+    VK_ESCAPE = 27,
+    VK_SPACE = 32,
+    VK_PRIOR = 33,
+    VK_NEXT = 34,
+    VK_END = 35,
+    VK_HOME = 36,
+    VK_LEFT = 37,
+    VK_UP = 38,
+    VK_RIGHT = 39,
+    VK_DOWN = 40,
+    VK_INSERT = 45,
+    VK_DELETE = 46,
     // '0'..'9' are 48..57 and 'A'..'Z' are 65..90, as their characters.
-    VK_NUMPAD0 = 96, VK_MULTIPLY = 106, VK_ADD = 107, VK_SUBTRACT = 109, VK_DECIMAL = 110, VK_DIVIDE = 111,
+    VK_NUMPAD0 = 96,
+    VK_MULTIPLY = 106,
+    VK_ADD = 107,
+    VK_SUBTRACT = 109,
+    VK_DECIMAL = 110,
+    VK_DIVIDE = 111,
     VK_F1 = 112, // F1..F12 are 112..123
-    VK_OEM_1 = 186, VK_OEM_PLUS = 187, VK_OEM_COMMA = 188, VK_OEM_MINUS = 189, VK_OEM_PERIOD = 190,
-    VK_OEM_2 = 191, VK_OEM_3 = 192, VK_OEM_4 = 219, VK_OEM_5 = 220, VK_OEM_6 = 221, VK_OEM_7 = 222,
+    VK_OEM_1 = 186,
+    VK_OEM_PLUS = 187,
+    VK_OEM_COMMA = 188,
+    VK_OEM_MINUS = 189,
+    VK_OEM_PERIOD = 190,
+    VK_OEM_2 = 191,
+    VK_OEM_3 = 192,
+    VK_OEM_4 = 219,
+    VK_OEM_5 = 220,
+    VK_OEM_6 = 221,
+    VK_OEM_7 = 222,
 };
 
 // A native message. Text is owned by the message (malloc'd) and handed over with it.
@@ -64,10 +95,16 @@ struct NativeMsg {
     uint32_t Message = 0;
     uintptr_t WParam = 0;
     intptr_t LParam = 0;
-    uint32_t Time = 0; // milliseconds, monotonic
+    uint32_t Time = 0;    // milliseconds, monotonic
     char* Text = nullptr; // dropped file names or a remote command text
     size_t TextLength = 0;
 };
+
+// Where the pointer is taken to be while it is not over the window: before it first comes,
+// and after it leaves with no button held. Far off any page, so that no brush preview
+// stands at a place the pointer never was.
+constexpr int PointerAwayCoord = -16384;
+constexpr int32_t PointerAwayFixed = int32_t(uint32_t(PointerAwayCoord) << 16 | 0x8000u);
 
 // Position word as the native messages carry it: column in the low 16 bits, row in the high.
 inline intptr_t MakePositionWord(int x, int y) {
@@ -76,12 +113,12 @@ inline intptr_t MakePositionWord(int x, int y) {
 
 // One tablet packet. Positions are screen coordinates in 16.16 with a true fraction.
 struct TabletPacket {
-    uint32_t Cursor = 0; // cursor index: bit 0 ignored, 0 is the pen tip, 2 the second (eraser) end
+    uint32_t Cursor = 0;  // cursor index: bit 0 ignored, 0 is the pen tip, 2 the second (eraser) end
     uint32_t Buttons = 0; // bit set of pressed buttons, bit 0 the tip
     int32_t X = 0, Y = 0; // 16.16 screen position
     int32_t Pressure = 0; // raw pressure in the device's own range
     int32_t PressureMin = 0, PressureMax = 0; // the device's pressure axis
-    int32_t Azimuth = 0, Altitude = 0; // tenths of a degree, 0 when the device has none
+    int32_t Azimuth = 0, Altitude = 0;        // tenths of a degree, 0 when the device has none
 };
 
 enum PlatformBackend { BACKEND_HEADLESS = 0, BACKEND_X11 = 1 };
@@ -140,7 +177,7 @@ void PlatformFlush();
 bool PlatformReadPixel(int x, int y, uint32_t* colour);
 void PlatformScreenSize(int* width, int* height); // the whole display
 void PlatformClientSize(int* width, int* height); // the main window
-void PlatformClientOrigin(int* x, int* y); // client area on the display
+void PlatformClientOrigin(int* x, int* y);        // client area on the display
 
 // Pointer shapes by the program's numbers: 0 normal, 1 tool cross, 2 busy, 6 and 7 the
 // alternative tool pointers, -1 none.

@@ -120,6 +120,9 @@ void X11HandleEvent(XEvent* e) {
     case GenericEvent:
         X11HandleGeneric(e);
         return;
+    case LeaveNotify:
+        X11HandlePointerLeave(e);
+        return;
     case FocusIn:
     case FocusOut:
         if (e->xfocus.window == X11.Win) X11FocusChanged(e->type == FocusIn);

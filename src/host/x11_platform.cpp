@@ -71,8 +71,7 @@ static int OnXError(Display*, XErrorEvent* error) {
         if (!X11.TrappedError) X11.TrappedError = error->error_code;
         return 0;
     }
-    Warning("X error %d from request %d.%d", error->error_code, error->request_code,
-                error->minor_code);
+    Warning("X error %d from request %d.%d", error->error_code, error->request_code, error->minor_code);
     return 0;
 }
 
@@ -184,8 +183,7 @@ static int Open(int width, int height) {
     if (X11.Dpy) return 1;
     Display* d = XOpenDisplay(nullptr);
     if (!d) {
-        Warning("cannot open the X display %s",
-                    std::getenv("DISPLAY") ? std::getenv("DISPLAY") : "(unset)");
+        Warning("cannot open the X display %s", std::getenv("DISPLAY") ? std::getenv("DISPLAY") : "(unset)");
         return 0;
     }
     X11.Dpy = d;
@@ -220,7 +218,7 @@ static int Open(int width, int height) {
     attr.colormap = X11.Map;
     attr.bit_gravity = NorthWestGravity;
     attr.event_mask = ExposureMask | StructureNotifyMask | KeyPressMask | KeyReleaseMask | FocusChangeMask |
-                      PropertyChangeMask;
+                      PropertyChangeMask | LeaveWindowMask;
     X11.Win =
         XCreateWindow(d, X11.Root, 0, 0, unsigned(width), unsigned(height), 0, X11.Depth, InputOutput,
                       X11.Vis, CWBackPixmap | CWBorderPixel | CWColormap | CWBitGravity | CWEventMask, &attr);

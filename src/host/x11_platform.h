@@ -154,6 +154,8 @@ uint32_t X11Qualifiers();
 bool X11OpenPointer(); // XInput 2 when the server has it, else core events
 void X11ClosePointer();
 void X11HandleCorePointer(XEvent* event);
+// The pointer left the window with no button held: it is taken to be far away.
+void X11HandlePointerLeave(XEvent* event);
 void X11HandleGeneric(XEvent* event);
 
 // One axis of a device: its valuator number (-1 when absent) and range.

@@ -121,6 +121,19 @@ void X11HandleCorePointer(XEvent* e) {
                    b.x_root, b.y_root);
 }
 
+void X11HandlePointerLeave(XEvent* e) {
+    const XCrossingEvent& c = e->xcrossing;
+    // A drag that leaves the window goes on out there; only a free pointer goes away.
+    if (c.window != X11.Win || c.mode != NotifyNormal ||
+        (c.state & (Button1Mask | Button2Mask | Button3Mask)))
+        return;
+    NativeMsg m;
+    m.Message = WM_MOUSEMOVE;
+    m.WParam = MouseFlags(0);
+    m.LParam = MakePositionWord(PointerAwayCoord, PointerAwayCoord);
+    X11Queue(m);
+}
+
 static uint32_t MaskBits(const XIButtonState& state) {
     uint32_t bits = 0;
     // Bit n of the mask is button n; bit 0 means nothing.

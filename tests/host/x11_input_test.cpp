@@ -63,6 +63,26 @@ TEST_F(X11InputTest, PointerMotionAndButtonsCarryWindowPositions) {
     EXPECT_EQ(Logged(WM_LBUTTONUP)[0].WParam & 0xFFFF, 0u);
 }
 
+TEST_F(X11InputTest, APointerThatLeavesFreeGoesFarAwayButADragStays) {
+    // The window is 320 by 240 at the corner of the screen.
+    ASSERT_TRUE(RunXdotool({"mousemove", "600", "400"}));
+    ASSERT_TRUE(PumpUntil([](const NativeMsg& m) {
+        return m.Message == WM_MOUSEMOVE && m.LParam == MakePositionWord(PointerAwayCoord, PointerAwayCoord);
+    }));
+    EXPECT_EQ(Logged(WM_MOUSEMOVE).back().WParam & 0x13, 0u); // no button flag
+    // Out with a button held, the stroke follows the pointer beyond the edge.
+    Log.clear();
+    ASSERT_TRUE(RunXdotool({"mousemove", "100", "80", "mousedown", "1", "mousemove", "600", "400"}));
+    ASSERT_TRUE(PumpUntil([](const NativeMsg& m) {
+        return m.Message == WM_MOUSEMOVE && m.LParam == MakePositionWord(600, 400);
+    }));
+    ASSERT_TRUE(RunXdotool({"mouseup", "1"}));
+    ASSERT_TRUE(PumpUntilMessage(WM_LBUTTONUP));
+    for (const auto& s : Log)
+        EXPECT_NE(s.Msg.LParam, MakePositionWord(PointerAwayCoord, PointerAwayCoord))
+            << "message " << s.Msg.Message;
+}
+
 TEST_F(X11InputTest, WheelGivesNotchesAndScreenPosition) {
     // Away from the screen's corner, window and screen positions differ.
     XMoveWindow(X11.Dpy, X11.Win, 40, 30);

@@ -38,6 +38,21 @@ TEST(Ghost, ShowsTheDabOnTheScreenOnly) {
     EXPECT_EQ(centre & 0xFF, uint32_t(Lerp(255, 0, m)));
 }
 
+TEST(Ghost, NoneBeforeThePointerComesNorAfterItLeaves) {
+    // The page stands at the screen's corner, where a pointer never seen must not put it.
+    ToolHost host(40, 30);
+    UseAirbrush();
+    HeadlessQueueKey('A', 'a');
+    MainLoopPass();
+    EXPECT_EQ(ToolHost::Traces(), 0) << "a ghost where the pointer never was";
+    ToolHost::Move(5, 5);
+    EXPECT_GT(ToolHost::Traces(), 0);
+    // Leaving the window free takes the pointer far away, and the ghost with it.
+    HeadlessQueuePointer(PointerAwayCoord, PointerAwayCoord);
+    MainLoopPass();
+    EXPECT_EQ(ToolHost::Traces(), 0);
+}
+
 TEST(Ghost, MovesAndHidesWithoutTraces) {
     ToolHost host;
     UseAirbrush();
