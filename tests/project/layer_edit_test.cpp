@@ -336,20 +336,35 @@ TEST_F(EditTest, APasteThatRunsOutOfMemoryChangesNothing) {
     SelectImages(10, 5);
     ASSERT_EQ(LayerCopy(), 1);
     SelectionLength = 0;
+    Clip* board = LayerClipboard->Clip;
+    RealOps = board->Ops;
+    // The paste shares the clipboard's five images: it fails until all five can be had.
+    for (int n = 0; n < 5; n++) {
+        CopiesLeft = n;
+        board->Ops.CopyImage = FailingCopy;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(LayerPaste(0), 0) << n;
+        testing::internal::GetCapturedStderr();
+        board->Ops = RealOps;
+        EXPECT_EQ(Layers[index].Clip->ImageCount, 5) << n;
+        EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C1, C2, C3, C4})) << n;
+    }
+    // A paste over a selection also keeps the images it replaces, copying them first.
     Clip* clip = Layers[index].Clip;
     RealOps = clip->Ops;
-    // The paste copies five images of the layer's own clip: it fails until all five can be had.
-    for (int n = 0; n < 5; n++) {
+    for (int n = 0; n < 2; n++) {
+        SelectImages(11, 2);
         CopiesLeft = n;
         clip->Ops.CopyImage = FailingCopy;
         testing::internal::CaptureStderr();
         EXPECT_EQ(LayerPaste(0), 0) << n;
         testing::internal::GetCapturedStderr();
-        clip = Layers[index].Clip;
-        EXPECT_EQ(clip->ImageCount, 5) << n;
         clip->Ops = RealOps;
         EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C1, C2, C3, C4})) << n;
     }
+    SelectImages(11, 2);
+    ASSERT_EQ(LayerPaste(0), 1);
+    EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C0, C1, C2, C3, C4, C3, C4}));
 }
 
 TEST_F(EditTest, ACutThatRunsOutOfMemoryChangesNothing) {
