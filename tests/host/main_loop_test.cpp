@@ -8,7 +8,11 @@
 #include "paint/tools.h"
 #include "support/temp_files.h"
 #include "ui/catalog.h"
+#include "ui/main_settings.h"
 #include "ui/settings.h"
+#include "ui/sys_colours.h"
+
+#include <algorithm>
 
 using namespace nemu;
 
@@ -210,6 +214,28 @@ TEST(MainLoop, MainPanelPositionIsClampedToTheScreen) {
     EXPECT_EQ(MainPanelX, (1024 - 128) / 2);
     EXPECT_EQ(MouseStyle, 3);
     LoadProfile(nullptr);
+}
+
+TEST(Startup, InterfaceColoursAreLimitedKeptAndGiveTheSurround) {
+    HeadlessHost host(200, 200, 50, 50, 20, 20);
+    uint32_t saved[SC_COUNT];
+    std::copy(SysColour, SysColour + SC_COUNT, saved);
+    ConfigSet("SysColors", "LAYOUTBACKGROUNDCOLOR", "1 2 300");
+    ConfigSet("SysColors", "INFOAREACOLOR", "-4 5 6");
+    ReadSysColours();
+    EXPECT_EQ(SysColour[SC_LAYOUTBACKGROUND], 0xFF0102FFu);
+    EXPECT_EQ(SysColour[SC_INFOAREA], 0xFF000506u);
+    EXPECT_EQ(SysColour[SC_TITLEBAR], saved[SC_TITLEBAR]) << "a missing key keeps the colour held";
+    EXPECT_EQ(ScreenPixel(2, 2), 0xFF0102FFu) << "the surround is repainted at once";
+    LoadProfile(nullptr);
+    SaveSysColours();
+    char text[32];
+    ConfigGet("SysColors", "INFOAREACOLOR", text, "", sizeof text);
+    EXPECT_STREQ(text, "0 5 6");
+    ConfigGet("SysColors", SysColourKey(SC_COLORPENTEXTBOX), text, "", sizeof text);
+    EXPECT_STREQ(text, "0 0 0");
+    LoadProfile(nullptr);
+    std::copy(saved, saved + SC_COUNT, SysColour);
 }
 
 TEST(Startup, BadMachineFilesGiveTheDefaults) {
