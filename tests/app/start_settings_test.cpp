@@ -134,3 +134,20 @@ TEST(StartSettings, WithoutACatalogBatchModeStillRunsItsCommands) {
     EXPECT_NE(r.Errors.find(TempPath("bare/share/nemu/nemu.loc") + ": file not found"), std::string::npos)
         << r.Errors;
 }
+
+TEST(Install, TheInstalledProgramFindsItsDataAndTheHelpNamesNemuRemote) {
+    // What `make install` does, into a folder of the test's own, through DESTDIR.
+    std::string root = TempPath("destdir"), prefix = "/opt/nemu-test";
+    std::string command =
+        "DESTDIR='" + root + "' cmake --install " NEMU_BINARY_DIR " --prefix " + prefix + " >/dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    struct stat st;
+    EXPECT_EQ(stat((root + prefix + "/bin/nemu-remote").c_str(), &st), 0);
+    EXPECT_EQ(stat((root + prefix + "/share/nemu/nemu.loc").c_str(), &st), 0);
+    ProgramRun r = RunProgram(root + prefix + "/bin/nemu", FreshConfigHome("installed"), "-c om_version");
+    EXPECT_EQ(r.Output, "Nemu version 0.1.0\n") << r.Errors;
+    EXPECT_EQ(r.Errors.find("not found"), std::string::npos) << r.Errors;
+    r = RunProgram(root + prefix + "/bin/nemu", FreshConfigHome("installed"), "--help");
+    EXPECT_NE(r.Output.find(" nemu-remote"), std::string::npos);
+    EXPECT_EQ(r.Output.find("tools/"), std::string::npos) << "the help names programs, not source folders";
+}
