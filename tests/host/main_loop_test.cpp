@@ -13,6 +13,7 @@
 #include "ui/sys_colours.h"
 
 #include <algorithm>
+#include <sys/stat.h>
 
 using namespace nemu;
 
@@ -287,6 +288,14 @@ TEST(Startup, AppStartBuildsAPlacedPageAndCleanupLeavesNothing) {
     Cleanup(); // twice is harmless
     EXPECT_EQ(MemoryInUse, before);
     EXPECT_EQ(Screen, nullptr);
+    // A first start takes the default profile, in a folder of its own.
+    EXPECT_STREQ(LastConfig, DefaultProfileName);
+    ASSERT_NE(CurrentConfig, nullptr);
+    EXPECT_EQ(CurrentConfig->Path, ProfilePath(DefaultProfileName));
+    struct stat st;
+    EXPECT_EQ(stat((HomeDir + "/configs").c_str(), &st), 0);
+    LoadProfile(nullptr);
+    LastConfig[0] = 0;
     CloseConfig(MachineConfig);
     MachineConfig = nullptr;
     CatalogFreeAll();
