@@ -37,29 +37,28 @@ constexpr double MaxFrameRate = 1000.0;
 
 enum KeyForm { NUMBER_FLAG, ONOFF_FLAG, NUMBER };
 
-// What the program keeps of one key: the global, the form it is written in, and the
-// limits a read value is held to. A missing key keeps the global as it is.
+// When a key is read: with the early start-up keys, or after the pen panels.
+enum ReadTime { EARLY, AFTER_PENS };
+
+// What the program keeps of one key: the global, the form it is written in, the limits a
+// read value is held to, and when it is read. A missing key keeps the global as it is.
 struct MainKeyRow {
     const char* Key;
     KeyForm Form;
     int32_t* Value;
     int32_t Min, Max;
+    ReadTime When;
 };
 
 const MainKeyRow Rows[] = {
-    {"Mouse", NUMBER, &MouseStyle, 0, 3},
-    {"Gauge", NUMBER_FLAG, &Gauge, 0, 1},
-    {"Border", NUMBER_FLAG, &Border, 0, 1},
-    {"Zorro", NUMBER_FLAG, &NoOverwriteAsk, 0, 1},
-    {"PreviewQuality", NUMBER, &PreviewQuality, MinPreviewQuality, INT_MAX},
-    {"Magnet", ONOFF_FLAG, &GridMagnet, 0, 1},
-    {"LockPageSize", ONOFF_FLAG, &LockPageSize, 0, 1},
+    {"Mouse", NUMBER, &MouseStyle, 0, 3, EARLY},
+    {"Gauge", NUMBER_FLAG, &Gauge, 0, 1, EARLY},
+    {"Border", NUMBER_FLAG, &Border, 0, 1, EARLY},
+    {"Zorro", NUMBER_FLAG, &NoOverwriteAsk, 0, 1, EARLY},
+    {"PreviewQuality", NUMBER, &PreviewQuality, MinPreviewQuality, INT_MAX, AFTER_PENS},
+    {"Magnet", ONOFF_FLAG, &GridMagnet, 0, 1, AFTER_PENS},
+    {"LockPageSize", ONOFF_FLAG, &LockPageSize, 0, 1, AFTER_PENS},
 };
-
-// Read before the cache and the panels; the rest follow the pen panels.
-bool IsEarly(const MainKeyRow& row) {
-    return row.Value != &PreviewQuality && row.Value != &GridMagnet && row.Value != &LockPageSize;
-}
 
 void ReadRow(const MainKeyRow& row) {
     char text[64];
@@ -118,7 +117,7 @@ bool FlagValue(const char* text) {
 
 void ReadMainSettings() {
     for (const MainKeyRow& row : Rows)
-        if (IsEarly(row)) ReadRow(row);
+        if (row.When == EARLY) ReadRow(row);
     char text[4096];
     ZoomAutoCenter = ConfigGetInt(Section, "ZoomAutoCenter", StartupGetInt("ZoomAutoCenter", 0)) ? 1 : 0;
     ConfigGet(Section, "SaveConfig", text, "", sizeof text);
@@ -152,7 +151,7 @@ void ReadMainColours() {
     ReadColour("BPen", &BPen);
     ColourChanged();
     for (const MainKeyRow& row : Rows)
-        if (!IsEarly(row)) ReadRow(row);
+        if (row.When == AFTER_PENS) ReadRow(row);
 }
 
 void SaveMainSettings() {
