@@ -37,12 +37,13 @@ const char HelpText[] = "Usage: nemu [options] [files...]\n"
                         "error, and 1 when start-up failed.\n"
                         "\n"
                         "Remote commands: a running Nemu listens on a socket in $XDG_RUNTIME_DIR/nemu\n"
-                        "(else $XDG_CACHE_HOME/nemu/run); tools/nemu-remote sends commands to it, and\n"
-                        "programs that Nemu starts find it in $NEMU_SOCKET.\n"
+                        "(else $XDG_CACHE_HOME/nemu/run); the program nemu-remote, installed beside\n"
+                        "nemu, sends commands to it (see nemu-remote --help), and programs that Nemu\n"
+                        "starts find the socket in $NEMU_SOCKET.\n"
                         "\n"
-                        "Files: settings in $XDG_CONFIG_HOME/nemu (Nemu.INI, configs/), read-only data\n"
-                        "beside the program (data/ or ../share/nemu), temporary files in\n"
-                        "$XDG_CACHE_HOME/nemu.\n";
+                        "Files: settings and profiles in $XDG_CONFIG_HOME/nemu (Nemu.INI, configs/), the\n"
+                        "messages and other read-only data in data/ beside the program or, installed,\n"
+                        "in PREFIX/share/nemu, temporary files in $XDG_CACHE_HOME/nemu.\n";
 
 struct Options {
     bool Headless = false;

@@ -22,8 +22,10 @@
 #include "store/cache_file.h"
 #include "store/undo.h"
 #include "ui/catalog.h"
+#include "ui/main_settings.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
+#include "ui/sys_colours.h"
 
 #include <cerrno>
 #include <climits>
@@ -100,8 +102,12 @@ int SetupPlaces() {
     MakeFolders(configDir, 0700);
     HomeDir = configDir;
 
+    // A build keeps its data beside the binary; an installed program finds it under the
+    // prefix, as <prefix>/share/nemu beside <prefix>/bin.
     std::string bin = FolderOfProgram();
-    ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : bin + "/../share/nemu";
+    size_t slash = bin.find_last_of('/');
+    std::string prefix = slash == std::string::npos || slash == 0 ? std::string() : bin.substr(0, slash);
+    ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : prefix + "/share/nemu";
 
     SetupTempDir();
 
@@ -137,6 +143,11 @@ static void ReadStartupKeys() {
     StartupGet("Tablet", value, "", sizeof value);
     TabletDisabled = strcasecmp(value, "no") == 0 ? 1 : 0;
     Border = StartupGetInt("BORDER", 1) ? 1 : 0;
+    Gauge = StartupGetInt("GAUGE", 1) ? 1 : 0;
+    // The machine file's key asks the question: 0 means save over files without asking.
+    NoOverwriteAsk = StartupGetInt("ZORRO", 1) == 0 ? 1 : 0;
+    StartupGet("BRENNDIR", value, "brenn", sizeof value);
+    ScriptFolder = value;
     StartupGet("PROJECT", value, "", sizeof value);
     if (*value) StartFiles = value;
     StartupGet("TEMP", value, "", sizeof value);
@@ -203,23 +214,15 @@ void BuildLumaTables() {
     }
 }
 
-static int Clamp(int v, int lo, int hi) {
-    return v < lo ? lo : v > hi ? hi : v;
-}
-
-void ReadMainSettings() {
-    int w = Screen ? Screen->Width : 0, h = Screen ? Screen->Height : 0;
-    MouseStyle = Clamp(ConfigGetInt("Main", "Mouse", 0), 0, 3);
-    Border = ConfigGetInt("Main", "Border", Border) ? 1 : 0;
-    SaveConfigOn = ConfigGetOn("Main", "SaveConfig", true) ? 1 : 0;
-    char mode[16];
-    ConfigGet("Main", "DisplayMode", mode, "Test", sizeof mode);
-    DisplayModeValue = strcasecmp(mode, "Best") == 0 ? 0 : strcasecmp(mode, "Fast") == 0 ? 1 : -1;
-    MainPanelX = Clamp(ConfigGetInt("Main", "WIN_X", (w - 128) / 2), 0, w - 128 > 0 ? w - 128 : 0);
-    MainPanelY = Clamp(ConfigGetInt("Main", "WIN_Y", (h - 385) / 2), 0, h - 385 > 0 ? h - 385 : 0);
-    char temp[4096];
-    ConfigGet("Main", "temp", temp, "", sizeof temp);
-    if (*temp) TempDir = WithSlash(temp);
+// The profile of this run. A first start has none named yet: it gets the default one,
+// made with its folder, so that what the run changes is kept; ProgramStart names it in
+// Nemu.INI at the end.
+static void UseStartProfile() {
+    if (!*LastConfig) {
+        std::snprintf(LastConfig, sizeof LastConfig, "%s", DefaultProfileName);
+        MakeFolders(HomeDir + "/configs", 0700);
+    }
+    LoadProfile(LastConfig);
 }
 
 static int FailStart(uint32_t message) {
@@ -240,10 +243,9 @@ static void HeadlessScreenSize(int* w, int* h) {
 
 int AppStart() {
     std::srand(unsigned(std::time(nullptr)));
-    if (!CatalogLoadGlobal()) {
-        PlatformMessageBox("Local file not found", "Nemu");
-        return -1; // not a failure of the program: it ends with status 0
-    }
+    // Without its texts the program still runs, with empty labels: the warning has named
+    // the folder where the catalog was looked for.
+    CatalogLoadGlobal();
     int sw = 0, sh = 0;
     if (StartBackend == BACKEND_HEADLESS) HeadlessScreenSize(&sw, &sh);
     bool open = PlatformOpen(StartBackend, sw, sh);
@@ -269,6 +271,7 @@ int AppStart() {
     BackColour = 0xFF005F9F;
     PageNotReady = 1;
     if (!ScreenAllocBuffers()) return FailStart(1000);
+    LoadSysColoursFromCatalog();
     PlatformRaise();
 
     MakeCurve(255, 255, PressureCurve);
@@ -284,7 +287,7 @@ int AppStart() {
     // is the start dialog's choice, which the command line makes until the dialog exists.
     const int32_t chosenWidth = StartPageWidth, chosenHeight = StartPageHeight;
     const bool fromFile = IdentifyStartFile(&StartPageWidth, &StartPageHeight);
-    if (*LastConfig) LoadProfile(LastConfig);
+    UseStartProfile();
     LoadFormatSettings();
     LoadRecentFiles();
     if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) {
@@ -296,6 +299,7 @@ int AppStart() {
     if (!InitLayers()) return FailStart(1000); // the layer table, once the page has its size
 
     PageNotReady = 0;
+    ReadSysColours();
     char full[16];
     ConfigGet("Main", "FullScreen", full, "", sizeof full);
     if (strncasecmp(full, "on", 2) == 0) PlatformSetFullScreen(true);
@@ -317,6 +321,7 @@ int AppStart() {
     SetPointerShape(2);
     LoadPensSettings();
     LoadPressureSettings();
+    ReadMainColours();
     LoadToolSettings();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
@@ -325,26 +330,40 @@ int AppStart() {
     return 0;
 }
 
+// Ends a run's settings: with SaveConfig on, everything the run changed is written;
+// with it off, the profile is read again from its file, so that only the key SaveConfig
+// can differ from what the run found, and the file is not touched unless it does.
+static void FinishSettings() {
+    if (SaveConfigOn) {
+        SaveSysColours();
+    } else {
+        LoadProfile(nullptr);
+        if (*LastConfig) LoadProfile(LastConfig);
+        char held[16];
+        ConfigGet("Main", "SaveConfig", held, "", sizeof held);
+        if (*held && !FlagValue(held)) return;
+    }
+    ConfigSet("Main", "SaveConfig", SaveConfigOn ? "1" : "0");
+    SaveConfig();
+}
+
 void AppFinish() {
     SetPointerShape(2);
     if (SaveConfigOn) {
         SavePensSettings();
         SavePressureSettings();
         SaveToolSettings();
-        ConfigSetInt("Main", "WIN_X", MainPanelX);
-        ConfigSetInt("Main", "WIN_Y", MainPanelY);
+        SaveMainSettings();
         SaveFormatSettings();
     }
     Cleanup();
-    ConfigSetOn("Main", "SaveConfig", SaveConfigOn != 0);
-    SaveConfig();
+    FinishSettings();
     LoadProfile(nullptr);
     CatalogFreeAll();
 }
 
 int AppMain() {
     int status = AppStart();
-    if (status < 0) return 0;
     if (status > 0) {
         CatalogFreeAll();
         return status;
@@ -383,6 +402,8 @@ void Cleanup() {
     std::free(ScratchList);
     WetBuffer = ScratchList = nullptr;
     CloseImageModules();
+    // The main loop's prologue turns the switch on: a later start begins from off again.
+    AntiAlias = 0;
     ScreenClose();
     PlatformClose();
     CloseCache();
