@@ -6,7 +6,12 @@
 //
 // Nothing a client does can stall the program or grow its memory without bound: sockets
 // are non-blocking, input per client is one frame at most, a client may have only a few
-// commands in flight, and one whose replies pile up unread is dropped.
+// commands in flight, and one whose replies pile up unread is dropped. Nor can clients
+// lock the door by holding its slots: one that owes a whole message for RemoteIdleSeconds
+// is closed, and when every slot is taken the one idle longest makes room.
+//
+// A client that shuts down its sending side after its last message is still answered:
+// the end of its input means only that nothing more will come.
 //
 // Sections: folder and names; clients and output; reading frames; the listener; open and close.
 #include "host/remote.h"
@@ -28,10 +33,11 @@
 
 namespace nemu {
 
-constexpr size_t MaxClients = 128;
 constexpr int MaxOutstanding = 16;      // commands of one client posted and not yet answered
 constexpr size_t MaxPendingOut = 16384; // reply bytes the kernel would not take yet
 constexpr size_t FrameHeader = 5;
+
+double RemoteIdleSeconds = RemoteIdleLimit;
 
 // ---- Folder and names --------------------------------------------------------------------------
 
@@ -106,18 +112,6 @@ int RemotePeerAllowed(int fd, uint32_t owner) {
     return cred.uid == owner ? 1 : 0;
 }
 
-bool ReplyReportsError(const char* reply) {
-    if (!reply) return false;
-    if (std::strcmp(reply, "BREAK") == 0) return true;
-    for (const char* p = reply; (p = std::strstr(p, "ERROR ")); p++) {
-        if (p != reply && p[-1] != '[') continue;
-        const char* n = p + 6;
-        if (*n == '-') n++;
-        if (*n >= '0' && *n <= '9') return true;
-    }
-    return false;
-}
-
 // ---- Clients and output ---------------------------------------------------------------------------
 
 struct Client {
@@ -128,7 +122,9 @@ struct Client {
     uint8_t* Out;
     size_t OutLength, OutCapacity;
     int Outstanding;
-    bool Closing; // refused: goes once its last words are out
+    double IdleSince; // when it last had nothing in flight with us: connected, sent or answered
+    bool PeerDone;    // its input has ended; it goes once everything it asked is answered
+    bool Closing;     // refused or done: goes once its last words are out
 };
 
 static std::vector<Client*> Clients;
@@ -162,9 +158,32 @@ static void DropClient(Client* c) {
     delete c;
 }
 
+static bool Reading(const Client* c) {
+    return !c->Closing && !c->PeerDone && c->Outstanding < MaxOutstanding;
+}
+
+// Only a client with no command in flight can be idle: one that waits for a long command
+// owes us nothing.
+static bool Idle(const Client* c) {
+    return c->Outstanding == 0;
+}
+
 static void UpdateInterest(Client* c) {
-    bool read = !c->Closing && c->Outstanding < MaxOutstanding;
-    PlatformWatchFdEvents(c->Fd, read, c->OutLength > 0);
+    PlatformWatchFdEvents(c->Fd, Reading(c), c->OutLength > 0);
+    PlatformWatchFdDeadline(c->Fd, Idle(c) ? c->IdleSince + RemoteIdleSeconds : 0);
+}
+
+static bool WholeFrameWaits(const Client* c) {
+    if (c->InLength < 4) return false;
+    uint32_t count = uint32_t(c->In[0]) | uint32_t(c->In[1]) << 8 | uint32_t(c->In[2]) << 16 |
+                     uint32_t(c->In[3]) << 24;
+    return c->InLength >= 4 + size_t(count);
+}
+
+// A client whose input has ended and whose every command is answered has nothing more
+// to hear: it goes once its output is out. A part of a frame left at the end is dropped.
+static void CloseIfDone(Client* c) {
+    if (c->PeerDone && c->Outstanding == 0 && !WholeFrameWaits(c)) c->Closing = true;
 }
 
 // Writes what the kernel takes; false when the client is gone (and has been dropped).
@@ -232,6 +251,7 @@ static bool PostCommand(Client* c, uint8_t kind, const uint8_t* text, size_t len
     }
     std::memcpy(copy, text, length);
     copy[length] = 0;
+    c->IdleSince = PlatformSeconds();
     NativeMsg m;
     m.Message = kind == REMOTE_REQUEST ? WM_DDE_REQUEST : WM_DDE_EXECUTE;
     m.WParam = c->Id;
@@ -287,11 +307,17 @@ static void OnClientReady(int fd, void* user) {
         PlatformUnwatchFd(fd);
         return;
     }
+    if (Idle(c) && PlatformSeconds() - c->IdleSince >= RemoteIdleSeconds) {
+        DropClient(c); // silent, or stuck halfway through a message, for too long
+        return;
+    }
     if (c->OutLength > 0 && !FlushOut(c)) return;
-    bool reading = !c->Closing && c->Outstanding < MaxOutstanding;
-    if (!reading) {
+    if (!Reading(c)) {
         // Not listening to it now; only notice that it has gone.
-        if (HungUp(c->Fd)) DropClient(c);
+        if (HungUp(c->Fd))
+            DropClient(c);
+        else
+            UpdateInterest(c);
         return;
     }
     for (;;) {
@@ -306,7 +332,14 @@ static void OnClientReady(int fd, void* user) {
         }
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
-        DropClient(c); // end of file, or an error: the client has gone
+        if (n < 0) {
+            DropClient(c); // an error: the client has gone
+            return;
+        }
+        // End of input: the client may still be waiting for its answers.
+        c->PeerDone = true;
+        CloseIfDone(c);
+        FlushOut(c);
         return;
     }
     UpdateInterest(c);
@@ -316,9 +349,12 @@ static void Answer(uintptr_t client, uint8_t kind, const void* body, size_t leng
     Client* c = FindClient(client);
     if (!c) return; // gone in the meantime: nobody to tell
     if (c->Outstanding > 0) c->Outstanding--;
+    c->IdleSince = PlatformSeconds();
     if (!SendFrame(c, kind, body, length)) return;
     // Frames held back while it had too many in flight can go now.
-    if (TakeFrames(c) && FindClient(client)) UpdateInterest(c);
+    if (!TakeFrames(c) || !FindClient(client)) return;
+    CloseIfDone(c);
+    FlushOut(c);
 }
 
 void RemoteAck(uintptr_t client, int status) {
@@ -326,12 +362,24 @@ void RemoteAck(uintptr_t client, int status) {
     Answer(client, REMOTE_ACK, &byte, 1);
 }
 
-void RemoteData(uintptr_t client, const char* text) {
+void RemoteData(uintptr_t client, const char* text, bool faulty) {
     if (!text) text = "";
-    Answer(client, REMOTE_DATA, text, strnlen(text, RemoteReplyMax - 1));
+    Answer(client, faulty ? REMOTE_DATA_FAILED : REMOTE_DATA, text, strnlen(text, RemoteReplyMax - 1));
 }
 
 // ---- The listener --------------------------------------------------------------------------------------
+
+// Makes room for a new client when every slot is taken: the one idle longest goes. False
+// when every client has a command in flight.
+static bool MakeRoom() {
+    if (Clients.size() < RemoteMaxClients) return true;
+    Client* oldest = nullptr;
+    for (Client* c : Clients)
+        if (Idle(c) && (!oldest || c->IdleSince < oldest->IdleSince)) oldest = c;
+    if (!oldest) return false;
+    DropClient(oldest);
+    return true;
+}
 
 static void OnListenerReady(int, void*) {
     for (;;) {
@@ -341,7 +389,7 @@ static void OnListenerReady(int, void*) {
             return; // no more waiting, or out of descriptors for now
         }
         // The folder keeps other users out; the peer's credentials are the second lock.
-        if (!RemotePeerAllowed(fd, geteuid()) || Clients.size() >= MaxClients) {
+        if (!RemotePeerAllowed(fd, geteuid()) || !MakeRoom()) {
             close(fd);
             continue;
         }
@@ -352,8 +400,10 @@ static void OnListenerReady(int, void*) {
         }
         c->Fd = fd;
         c->Id = NextClientId++;
+        c->IdleSince = PlatformSeconds();
         Clients.push_back(c);
         PlatformWatchFd(fd, OnClientReady, reinterpret_cast<void*>(c->Id));
+        UpdateInterest(c);
     }
 }
 
