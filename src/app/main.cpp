@@ -32,9 +32,11 @@ const char HelpText[] = "Usage: nemu [options] [files...]\n"
                         "                  and lines starting with # are skipped\n"
                         "  --help          show this text and end\n"
                         "\n"
-                        "Commands run after start-up, in the order given, and then the program ends. The\n"
-                        "exit status is 0 when every command ran, 2 when one was unknown or replied an\n"
-                        "error, and 1 when start-up failed.\n"
+                        "Commands run after start-up, in the order given, and then the program ends.\n"
+                        "Exit status: 0 when every command ran; 2 when any command, or any bracketed\n"
+                        "group of one, had an unknown name or replied an error (the others still run);\n"
+                        "1 when start-up failed; 128 plus the signal's number (130, 143) when SIGINT or\n"
+                        "SIGTERM stopped the run, which ends at the next command or break check.\n"
                         "\n"
                         "Remote commands: a running Nemu listens on a socket in $XDG_RUNTIME_DIR/nemu\n"
                         "(else $XDG_CACHE_HOME/nemu/run); the program nemu-remote, installed beside\n"
@@ -164,15 +166,19 @@ void RunBatch() {
         return;
     }
     for (const auto& text : BatchCommands) {
+        if (PlatformStopSignal()) break;
         *request = CommandRequest{};
         request->Text = text.c_str();
         RunCommandText(request);
+        // Each reply as soon as it stands, so that a long batch shows how far it got.
         std::printf("%s\n", request->Reply);
-        // An unknown name in a bracketed row still answers "[]": Known tells it apart.
-        if (!request->Known || ReplyReportsError(request->Reply)) BatchStatus = 2;
+        std::fflush(stdout);
+        // An unknown name in a bracketed row answers "[]" as a command without a result
+        // does, and an error may stand in any group: the host counts both.
+        if (RequestFaulty(request)) BatchStatus = 2;
         if (QuitFlag) break;
     }
-    std::fflush(stdout);
+    if (int signal = PlatformStopSignal()) BatchStatus = 128 + signal;
     delete request;
     QuitFlag = 1;
 }

@@ -25,9 +25,15 @@ namespace nemu {
 
 // ---- Remote commands and delivered pictures ------------------------------------------------
 
+// Once SIGINT or SIGTERM has asked the program to end, requests still queued are not
+// run, and one broken off on the way is told so: both hear "BREAK".
 static void RunThroughCommandHost(RemoteRequest* request) {
-    request->HasResult =
-        RunRemoteText(request->Text, request->ResultText, sizeof request->ResultText) ? 1 : 0;
+    if (!PlatformStopSignal())
+        request->HasResult = RunRemoteText(request->Text, request->ResultText, sizeof request->ResultText,
+                                           &request->Faulty)
+                                 ? 1
+                                 : 0;
+    if (PlatformStopSignal()) BreakRequested = 1;
     ReplyRemote(request);
 }
 

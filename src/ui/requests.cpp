@@ -1,6 +1,7 @@
 #include "ui/requests.h"
 
 #include "host/platform.h"
+#include "script/command_host.h"
 #include "ui/catalog.h"
 
 namespace nemu {
@@ -29,6 +30,8 @@ void ProgressOpen(const char* text) {
 
 void ProgressStep(int64_t position, int64_t total) {
     if (ProgressBox.Step) ProgressBox.Step(position, total);
+    // SIGINT or SIGTERM breaks off long work as the box's Cancel does, box or no box.
+    if (PlatformStopSignal()) UserBreak = 1;
 }
 
 void ProgressClose() {

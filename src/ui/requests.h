@@ -18,7 +18,8 @@ extern int (*AskYesNoHook)(const char* text, const char* yes, const char* no);
 // A long operation opens a progress box with its text, steps it with its position out of
 // total, and closes it. The box's Cancel sets UserBreak, which the operation looks at
 // after each step. The toolkit's box installs these hooks; without them the operation
-// runs unseen, and only a script's break can stop it.
+// runs unseen, and only a script's break or SIGINT or SIGTERM (which each step turns
+// into UserBreak) can stop it.
 struct ProgressHooks {
     void (*Open)(const char* text);
     void (*Step)(int64_t position, int64_t total);
