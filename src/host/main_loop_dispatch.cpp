@@ -14,6 +14,7 @@
 #include "script/command_host.h"
 #include "store/bitmap.h"
 #include "store/undo.h"
+#include "ui/commands.h"
 #include "ui/window.h"
 
 #include <cmath>
@@ -66,6 +67,9 @@ static void TakeQualifiers(const InputMsg* msg) {
     AltHeld = (msg->Qualifiers & QUAL_ALT) ? 1 : 0;
 }
 
+// The text a key record gives the key map: at most 15 bytes.
+constexpr int KeyTextSize = 16;
+
 static void DispatchKey(InputMsg* msg) {
     if (InputLocked) {
         if (ShiftHeld && CtrlHeld) UnlockInput();
@@ -77,8 +81,14 @@ static void DispatchKey(InputMsg* msg) {
         if (text[0] == ' ') EndDisplayHold();
         return;
     }
-    // Active gadgets and the key map take keys here once the toolkit and the command
-    // table exist.
+    // An active gadget takes the key here once the toolkit exists. A modal window has the
+    // keys to itself, and a key pressed while a button is held belongs to the stroke.
+    if (ModalWindow) return;
+    TakeQualifiers(msg);
+    if (LeftHeld || RightHeld) return;
+    char text[KeyTextSize] = {};
+    const int length = InputCharacters(msg, text, KeyTextSize - 1, 0);
+    HandleKey(msg->Code, text, msg->Qualifiers, length);
 }
 
 void DispatchInput(InputMsg* msg) {

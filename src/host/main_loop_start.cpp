@@ -22,6 +22,7 @@
 #include "store/cache_file.h"
 #include "store/undo.h"
 #include "ui/catalog.h"
+#include "ui/commands.h"
 #include "ui/main_settings.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
@@ -323,6 +324,7 @@ int AppStart() {
     LoadPressureSettings();
     ReadMainColours();
     LoadToolSettings();
+    KeyMapInit();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
@@ -355,6 +357,7 @@ void AppFinish() {
         SaveToolSettings();
         SaveMainSettings();
         SaveFormatSettings();
+        KeyMapSave();
     }
     Cleanup();
     FinishSettings();
@@ -379,6 +382,7 @@ void Cleanup() {
     // Windows, plug-ins, brushes, the project and the cache file join this list, in this
     // order, as they come: each is safe to free when it was never made.
     if (Screen) CancelTool(ToolMode);
+    KeyMapFree();
     CloseInputQueues();
     if (WaitTimer) {
         PlatformKillTimer(WaitTimer);

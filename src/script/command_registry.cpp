@@ -13,6 +13,7 @@ const ScriptCommand* const CommandFamilies[] = {
     ToolCommands,
     UndoCommands,
     FileCommands,
+    KeyCommands,
     nullptr,
 };
 // clang-format on
