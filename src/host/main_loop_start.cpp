@@ -20,6 +20,7 @@
 #include "project/mixer.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
+#include "store/tile_store.h"
 #include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/commands.h"
@@ -394,6 +395,7 @@ void Cleanup() {
     }
     RemoteClose();
     FreeLayers(); // the project and its table, before the pixel buffers and the cache
+    FreeTilePools(); // the tile records the clips of the project used, now all free
     DropMixer();
     if (Page && Page != PageBase) FreeBitmap(Page);
     FreeBitmap(PageBase);

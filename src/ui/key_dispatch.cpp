@@ -115,7 +115,8 @@ void HandleKey(int32_t keycode, const char* text, uint32_t qualifiers, int lengt
     char name[32];
     int escape = 0;
     if (!KeyNameOf(keycode, text, qualifiers, name, sizeof name, &escape)) return;
-    if (escape) {
+    // Escape alone: with a qualifier it is a key like any other, for a binding to take.
+    if (escape && strcasecmp(name, "escape") == 0) {
         CancelTool(ToolMode);
         ToolState.ToolPhase = 0;
         if (PendingEscapeHook) PendingEscapeHook();
