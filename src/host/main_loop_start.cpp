@@ -394,7 +394,7 @@ void Cleanup() {
         HeldFlag = 0;
     }
     RemoteClose();
-    FreeLayers(); // the project and its table, before the pixel buffers and the cache
+    FreeLayers();    // the project and its table, before the pixel buffers and the cache
     FreeTilePools(); // the tile records the clips of the project used, now all free
     DropMixer();
     if (Page && Page != PageBase) FreeBitmap(Page);

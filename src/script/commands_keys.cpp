@@ -46,14 +46,15 @@ static void LoadKeys(CommandRequest* request, const char* args) {
 static void SaveKeys(CommandRequest* request, const char* args) {
     char path[WordSize];
     KeyBindingSet set = {};
-    bool ok = ReadWordOrQuoted(args, path, sizeof path) && path[0] && CopyBindingsOut(&set) && SaveKeyFile(path, &set);
+    bool ok = ReadWordOrQuoted(args, path, sizeof path) && path[0] && CopyBindingsOut(&set) &&
+              SaveKeyFile(path, &set);
     FreeBindingSet(&set);
     if (!ok) ReplyError(request, -1);
 }
 
 const ScriptCommand KeyCommands[] = {
     {"om_runcommand", RunByName}, {"om_getkey", GetKey},     {"om_setkey", SetKey},
-    {"om_loadkeys", LoadKeys},         {"om_savekeys", SaveKeys}, {nullptr, nullptr},
+    {"om_loadkeys", LoadKeys},    {"om_savekeys", SaveKeys}, {nullptr, nullptr},
 };
 
 } // namespace nemu

@@ -1,6 +1,7 @@
 // Handlers of the command table for the program, the tools, the colours, the modes, undo
 // and the spare page. Each cancels the tool's previews before it changes anything a
 // preview was drawn with.
+#include "ui/command_handlers.h"
 #include "host/main_loop.h"
 #include "host/platform.h"
 #include "host/screen.h"
@@ -11,7 +12,6 @@
 #include "project/compose.h"
 #include "store/bitmap.h"
 #include "store/undo.h"
-#include "ui/command_handlers.h"
 #include "ui/settings.h"
 
 #include <algorithm>

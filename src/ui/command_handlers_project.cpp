@@ -176,7 +176,8 @@ static bool ProjectChanged() {
 void CmdLoadProject() {
     char path[PathSize] = {};
     if (!RequestFile(20150, path, sizeof path, 0) || !path[0]) return;
-    if (ProjectChanged() && !AskYesNo(MsgGet(nullptr, 10236), MsgGet(nullptr, 1005), MsgGet(nullptr, 1006))) return;
+    if (ProjectChanged() && !AskYesNo(MsgGet(nullptr, 10236), MsgGet(nullptr, 1005), MsgGet(nullptr, 1006)))
+        return;
     CancelTool(ToolMode);
     LoadProject(path, 1, 0);
 }
@@ -198,7 +199,7 @@ static uint32_t SaveTitle(int mode) {
     static const struct {
         int Mode;
         uint32_t Title;
-    } Titles[] = {{0, 2748}, {1, 2751}, {2, 2758}, {3, 2752}, {23, 2763},
+    } Titles[] = {{0, 2748},  {1, 2751},  {2, 2758},  {3, 2752}, {23, 2763},
                   {25, 2765}, {26, 2764}, {28, 2767}, {29, 2768}};
     for (const auto& row : Titles)
         if (row.Mode == mode) return row.Title;

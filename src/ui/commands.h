@@ -85,8 +85,8 @@ void KeyMapFree();
 // "ctrl ", "shift " (in that order) and a base. Writes it to out (size bytes) and returns
 // its length, or 0 when the key has no name and is dropped. *escape becomes 1 for the
 // Escape key, *ret for Return; either may be null.
-int KeyNameOf(int32_t keycode, const char* text, uint32_t qualifiers, char* out, size_t size, int* escape = nullptr,
-              int* ret = nullptr);
+int KeyNameOf(int32_t keycode, const char* text, uint32_t qualifiers, char* out, size_t size,
+              int* escape = nullptr, int* ret = nullptr);
 // The main loop's entry for a key no window consumed: runs the key's binding, or offers
 // the key to the windows (BroadcastKey) when it has none.
 void HandleKey(int32_t keycode, const char* text, uint32_t qualifiers, int length);

@@ -26,8 +26,9 @@ static const struct {
     int32_t Code;
     const char* Base;
 } NumberedKeys[] = {
-    {VK_PRIOR, "Page Up"}, {VK_NEXT, "Page Down"}, {VK_END, "end"},     {VK_HOME, "home"},    {VK_LEFT, "left"},
-    {VK_UP, "up"},         {VK_RIGHT, "right"},    {VK_DOWN, "down"},   {VK_INSERT, "insert"},
+    {VK_PRIOR, "Page Up"}, {VK_NEXT, "Page Down"}, {VK_END, "end"},
+    {VK_HOME, "home"},     {VK_LEFT, "left"},      {VK_UP, "up"},
+    {VK_RIGHT, "right"},   {VK_DOWN, "down"},      {VK_INSERT, "insert"},
 };
 constexpr int32_t FunctionKeyCount = 12; // F1 to F12 follow VK_F1
 
@@ -183,7 +184,8 @@ int RunBinding(const char* text) {
         char* comma = std::strchr(piece, ',');
         const bool last = !comma || !comma[1];
         if (comma) *comma = 0;
-        for (char* end = piece + std::strlen(piece); end > piece && (end[-1] == ' ' || end[-1] == '\t');) *--end = 0;
+        for (char* end = piece + std::strlen(piece); end > piece && (end[-1] == ' ' || end[-1] == '\t');)
+            *--end = 0;
         if (*piece) {
             if (const CommandRow* row = FindCommand(piece)) {
                 RunCommand(row);
@@ -205,9 +207,9 @@ static const struct {
     const char* Word;
     uint32_t Message;
 } LabelWords[] = {
-    {"page up", 19957}, {"page down", 19958}, {"shift", 19950},  {"ctrl", 19951},      {"alt", 19952},
-    {"up", 19953},      {"down", 19954},      {"left", 19955},   {"right", 19956},     {"home", 19959},
-    {"end", 19960},     {"insert", 19961},    {"del", 19962},    {"backspace", 19963}, {"tab", 19964},
+    {"page up", 19957}, {"page down", 19958}, {"shift", 19950}, {"ctrl", 19951},      {"alt", 19952},
+    {"up", 19953},      {"down", 19954},      {"left", 19955},  {"right", 19956},     {"home", 19959},
+    {"end", 19960},     {"insert", 19961},    {"del", 19962},   {"backspace", 19963}, {"tab", 19964},
     {"space", 19965},   {"escape", 19966},
 };
 

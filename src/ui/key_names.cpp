@@ -7,6 +7,8 @@
 
 namespace nemu {
 
+// Rows several to a line, as they read best.
+// clang-format off
 KeyNameRow KeyNames[KeyNameCount] = {
     {"a", nullptr}, {"b", nullptr}, {"c", nullptr}, {"d", nullptr}, {"e", nullptr}, {"f", nullptr},
     {"g", nullptr}, {"h", nullptr}, {"i", nullptr}, {"j", nullptr}, {"k", nullptr}, {"l", nullptr},
@@ -90,5 +92,6 @@ const DefaultBinding DefaultBindings[DefaultBindingCount] = {
     {"3", "ScrollDownRight"}, {"6", "ScrollRight"}, {"9", "ScrollUpRight"}, {"5", "CenterZoom"},
     {"ctrl D", "MagicNumber"},
 };
+// clang-format on
 
 } // namespace nemu

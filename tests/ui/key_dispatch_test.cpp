@@ -14,7 +14,8 @@ using namespace nemu;
 
 namespace {
 
-std::string NameOf(int32_t keycode, const char* text, uint32_t qualifiers, int* escape = nullptr, int* ret = nullptr) {
+std::string NameOf(int32_t keycode, const char* text, uint32_t qualifiers, int* escape = nullptr,
+                   int* ret = nullptr) {
     char name[32];
     const int n = KeyNameOf(keycode, text, qualifiers, name, sizeof name, escape, ret);
     EXPECT_EQ(size_t(n), std::strlen(name));
@@ -67,8 +68,8 @@ TEST(KeyNames, TypedTextNamesLettersControlsAndPunctuation) {
     EXPECT_EQ(NameOf(KEY_CHARACTER, "\x1a", QUAL_CTRL), "ctrl z");
     EXPECT_EQ(NameOf(KEY_CHARACTER, "+", QUAL_SHIFT), "+");
     EXPECT_EQ(NameOf(KEY_CHARACTER, "|", QUAL_SHIFT | QUAL_ALT), "|");
-    EXPECT_EQ(NameOf(KEY_CHARACTER, "\xC2\xA3", QUAL_SHIFT), "\xC2\xA3");          // the pound sign
-    EXPECT_EQ(NameOf(KEY_CHARACTER, "\xC3\xA9", QUAL_SHIFT), "shift \xC3\xA9");    // an accented letter
+    EXPECT_EQ(NameOf(KEY_CHARACTER, "\xC2\xA3", QUAL_SHIFT), "\xC2\xA3");       // the pound sign
+    EXPECT_EQ(NameOf(KEY_CHARACTER, "\xC3\xA9", QUAL_SHIFT), "shift \xC3\xA9"); // an accented letter
     EXPECT_EQ(NameOf(KEY_CHARACTER, "\x08", 0), "backspace");
     EXPECT_EQ(NameOf(KEY_CHARACTER, "\x09", QUAL_SHIFT | QUAL_CTRL), "ctrl shift tab");
     EXPECT_EQ(NameOf(KEY_CHARACTER, " ", 0), "space");
@@ -187,14 +188,16 @@ TEST_F(KeyDispatchTest, MainLoopPassesKeysToTheKeyMap) {
 
 // The command language reaches the same table and keys.
 TEST_F(KeyDispatchTest, CommandLanguageRunsAndBindsCommands) {
-    EXPECT_EQ(RunScript("[om_runcommand swapabpen, SwapABPen, SwapABPen] [om_getkey SwapABPen] [om_getkey Quit]"),
-              "[][n][Shift Q]");
+    EXPECT_EQ(
+        RunScript("[om_runcommand swapabpen, SwapABPen, SwapABPen] [om_getkey SwapABPen] [om_getkey Quit]"),
+        "[][n][Shift Q]");
     EXPECT_EQ(APen, 0xFF445566u);
     testing::internal::CaptureStderr();
     EXPECT_EQ(RunScript("[om_runcommand Nothing] [om_setkey \"Shift A\" Undo, Nope] [om_setkey Hyper Undo]"),
               "[ERROR -1][ERROR -1][ERROR -1]");
     testing::internal::GetCapturedStderr();
-    EXPECT_EQ(RunScript("[om_setkey \"Shift A\" SwapABPen] [om_getkey swapabpen] [om_setkey n none] [om_getkey swapabpen]"),
+    EXPECT_EQ(RunScript("[om_setkey \"Shift A\" SwapABPen] [om_getkey swapabpen] [om_setkey n none] "
+                        "[om_getkey swapabpen]"),
               "[][n][][Shift A]");
     const std::string file = TempPath("keys");
     EXPECT_EQ(RunScript("[om_savekeys " + file + "] [om_setkey \"Shift A\"] [om_loadkeys " + file +

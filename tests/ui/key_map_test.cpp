@@ -55,7 +55,8 @@ TEST_F(KeyMapTest, WorkingTableIsSortedAndSaysWhatIsAvailable) {
     ASSERT_EQ(CommandCount, StaticCommandCount);
     for (int i = 1; i < CommandCount; ++i)
         EXPECT_LT(strcasecmp(CommandTable[i - 1].Name, CommandTable[i].Name), 0) << CommandTable[i].Name;
-    for (int i = 0; i < StaticCommandCount; ++i) EXPECT_EQ(FindCommand(StaticCommands[i].Name)->TitleId, StaticCommands[i].TitleId);
+    for (int i = 0; i < StaticCommandCount; ++i)
+        EXPECT_EQ(FindCommand(StaticCommands[i].Name)->TitleId, StaticCommands[i].TitleId);
     EXPECT_EQ(FindCommand("UNDO"), FindCommand("undo"));
     EXPECT_EQ(FindCommand("Undo "), nullptr);
     EXPECT_TRUE(CommandAvailable(FindCommand("SwapABPen")));
@@ -134,7 +135,8 @@ TEST_F(KeyMapTest, SavedKeyboardSectionReadsBackTheSameBindings) {
     testing::internal::CaptureStderr();
     UseSettings(text);
     const std::string console = testing::internal::GetCapturedStderr();
-    for (int i = 0; i < KeyNameCount; ++i) EXPECT_EQ(BindingOf(KeyNames[i].Name), before[i]) << KeyNames[i].Name;
+    for (int i = 0; i < KeyNameCount; ++i)
+        EXPECT_EQ(BindingOf(KeyNames[i].Name), before[i]) << KeyNames[i].Name;
     EXPECT_EQ(Occurrences(console, "WARNING"), 1); // shift F10 alone
 }
 
