@@ -56,5 +56,6 @@ void CmdLoadProject();
 void CmdSaveProject();
 void CmdImportImage();
 void CmdSaveImage();
+void CmdSaveSequence();
 
 } // namespace nemu

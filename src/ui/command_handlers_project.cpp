@@ -11,6 +11,7 @@
 #include "project/compose.h"
 #include "project/layer_edit.h"
 #include "project/layers.h"
+#include "store/bitmap.h"
 #include "ui/catalog.h"
 #include "ui/command_handlers.h"
 #include "ui/file_requester.h"
@@ -18,6 +19,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <strings.h>
 
 namespace nemu {
@@ -194,31 +196,57 @@ void CmdImportImage() {
     ImportFile(path);
 }
 
-// The requester's title of each save mode; a mode without one says "Save picture".
-static uint32_t SaveTitle(int mode) {
-    static const struct {
-        int Mode;
-        uint32_t Title;
-    } Titles[] = {{0, 2748},  {1, 2751},  {2, 2758},  {3, 2752}, {23, 2763},
-                  {25, 2765}, {26, 2764}, {28, 2767}, {29, 2768}};
-    for (const auto& row : Titles)
-        if (row.Mode == mode) return row.Title;
-    return 20430;
+struct SaveTitle {
+    int Mode;
+    uint32_t Title;
+};
+
+// The requester's title of each save mode; a mode without one says what the command saves.
+static uint32_t TitleFor(const SaveTitle* titles, size_t count, uint32_t otherwise) {
+    for (size_t i = 0; i < count; ++i)
+        if (titles[i].Mode == FileFormat) return titles[i].Title;
+    return otherwise;
 }
 
-// The page in the current save mode, the mode's extension added to a name without it.
-void CmdSaveImage() {
-    char path[PathSize] = {};
-    if (!RequestFile(SaveTitle(FileFormat), path, sizeof path, 1) || !path[0]) return;
+// Asks for a file name to save to in the current save mode, adds the mode's extension to a
+// name without it, and asks before a file is replaced. False when the user stopped.
+static bool AskSavePath(uint32_t title, char* path, size_t size) {
+    path[0] = 0;
+    if (!RequestFile(title, path, size, 1) || !path[0]) return false;
     const SaveModeRow* row = FindSaveMode(FileFormat);
     if (row && row->Extension) {
         const size_t n = std::strlen(path), e = std::strlen(row->Extension);
-        if ((n < e || strcasecmp(path + n - e, row->Extension) != 0) && n + e < sizeof path)
+        if ((n < e || strcasecmp(path + n - e, row->Extension) != 0) && n + e < size)
             std::memcpy(path + n, row->Extension, e + 1);
     }
-    if (MayOverwrite(path) != 0) return;
+    return MayOverwrite(path) == 0;
+}
+
+// The page in the current save mode.
+void CmdSaveImage() {
+    static const SaveTitle Titles[] = {{0, 2748},  {1, 2751},  {2, 2758},  {3, 2752}, {23, 2763},
+                                       {25, 2765}, {26, 2764}, {28, 2767}, {29, 2768}};
+    char path[PathSize];
+    if (!AskSavePath(TitleFor(Titles, std::size(Titles), 20430), path, sizeof path)) return;
     CancelTool(ToolMode);
     SaveImageAs(path, Page);
+}
+
+// The stack as it shows, flattened over its background, in the current save mode. The
+// modes that write every image of an animation answer through their writer, which
+// reports what it cannot do.
+void CmdSaveSequence() {
+    static const SaveTitle Titles[] = {{25, 2395}, {26, 2399}, {13, 2392}, {0, 2390}};
+    char path[PathSize];
+    if (!AskSavePath(TitleFor(Titles, std::size(Titles), 20431), path, sizeof path)) return;
+    CancelTool(ToolMode);
+    Bitmap* shown = NewBitmap(PageWidth, PageHeight);
+    if (!shown) {
+        AlertMsg(2384);
+        return;
+    }
+    if (ComposeCurrent(shown, true)) SaveImageAs(path, shown);
+    FreeBitmap(shown);
 }
 
 } // namespace nemu

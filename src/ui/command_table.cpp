@@ -195,7 +195,7 @@ CommandRow StaticCommands[StaticCommandCount + 1] = {
     {"ImportBrush", nullptr, 20422, nullptr, 0},
     {"ImportAnimBrush", nullptr, 20423, nullptr, 0},
     {"SaveImage", CmdSaveImage, 20430, nullptr, 0},
-    {"SaveSequence", nullptr, 20431, nullptr, 0},
+    {"SaveSequence", CmdSaveSequence, 20431, nullptr, 0},
     {"SaveBrush", nullptr, 20432, nullptr, 0},
     {"SaveAnimbrush", nullptr, 20433, nullptr, 0},
     {"Hold", nullptr, 20440, nullptr, 0},

@@ -204,35 +204,3 @@ TEST_F(KeyDispatchTest, CommandLanguageRunsAndBindsCommands) {
                         ".cfg] [om_getkey swapabpen]"),
               "[][][][Shift A]");
 }
-
-// Every row that is wired runs, twice over, on a freshly started program, with the
-// requesters cancelled and every question given its cautious answer.
-TEST(CommandRows, EveryBuiltCommandRunsOnAFreshProject) {
-    const uint32_t before = MemoryInUse;
-    StartBackend = BACKEND_HEADLESS;
-    SetupPlaces();
-    StartPageWidth = 160;
-    StartPageHeight = 120;
-    testing::internal::CaptureStderr();
-    ASSERT_EQ(AppStart(), 0);
-    int run = 0;
-    for (int pass = 0; pass < 2; ++pass)
-        for (const CommandRow* row = StaticCommands; row->Name; ++row) {
-            if (!row->Handler) continue;
-            SCOPED_TRACE(row->Name);
-            ASSERT_TRUE(CommandAvailable(FindCommand(row->Name)));
-            EXPECT_EQ(RunBinding(row->Name), 1);
-            ++run;
-        }
-    testing::internal::GetCapturedStderr();
-    EXPECT_EQ(run, 2 * 70);
-    EXPECT_EQ(QuitFlag, 1); // Quit asked nobody: headless, the request is the answer
-    QuitFlag = 0;
-    EXPECT_GE(LayerCount, 1);
-    Cleanup();
-    EXPECT_EQ(MemoryInUse, before);
-    EXPECT_EQ(CommandTable, nullptr);
-    CloseConfig(MachineConfig);
-    MachineConfig = nullptr;
-    CatalogFreeAll();
-}
