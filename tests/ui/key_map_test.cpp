@@ -208,3 +208,19 @@ TEST_F(KeyMapTest, LabelsSayKeysInTheCatalogsWords) {
     EXPECT_EQ(KeyLabel("Ctrl Shift F1", tiny, sizeof tiny), 4);
     EXPECT_STREQ(tiny, "Ctrl");
 }
+
+// The list of keys in docs/keys.md is the list Nemu starts with, no more and no less.
+TEST(KeyDocs, ReferenceListsExactlyTheDefaultKeys) {
+    const std::string doc = ReadFile(NEMU_SOURCE_DIR "/docs/keys.md");
+    std::set<std::pair<std::string, std::string>> documented, defaults;
+    for (size_t at = doc.find("\n| `"); at != std::string::npos; at = doc.find("\n| `", at + 1)) {
+        const size_t keyEnd = doc.find("` | `", at + 4);
+        const size_t commandEnd = keyEnd == std::string::npos ? keyEnd : doc.find("` |", keyEnd + 5);
+        ASSERT_NE(commandEnd, std::string::npos) << doc.substr(at, 40);
+        std::string key = doc.substr(at + 4, keyEnd - at - 4);
+        if (key == "\\|") key = "|";
+        documented.insert({key, doc.substr(keyEnd + 5, commandEnd - keyEnd - 5)});
+    }
+    for (const DefaultBinding& d : DefaultBindings) defaults.insert({d.Key, d.Command});
+    EXPECT_EQ(documented, defaults);
+}
