@@ -191,7 +191,7 @@ int RunBinding(const char* text) {
                 RunCommand(row);
                 ++found;
             } else if (last) {
-                Warning("function %s not found", piece);
+                Warning("function %.200s not found", piece);
             }
         }
         piece = last ? nullptr : comma + 1;

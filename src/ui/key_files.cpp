@@ -53,7 +53,7 @@ bool BindingIsValid(const char* keyName, const char* binding) {
         while (!name.empty() && (name.back() == ' ' || name.back() == '\t')) name.pop_back();
         const size_t start = name.find_first_not_of(" \t");
         if (start != std::string::npos && !FindCommand(name.c_str() + start)) {
-            Warning("function %s not found", name.c_str() + start);
+            Warning("function %.200s not found", name.c_str() + start);
             return false;
         }
         name.clear();
@@ -79,7 +79,7 @@ bool ApplyKeyboardSection(ConfigFile* file, char** bindings) {
     for (const ConfigKey& key : section->Keys) {
         const KeyNameRow* row = FindKeyName(KeyNameFromIni(key.Name.c_str()));
         if (!row) {
-            Warning("key \"%s\" not found", key.Name.c_str());
+            Warning("key \"%.200s\" not found", key.Name.c_str());
             continue;
         }
         const char* value = key.Value.c_str();

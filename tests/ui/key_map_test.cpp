@@ -117,6 +117,15 @@ TEST_F(KeyMapTest, KeyboardSectionReplacesRemovesKeepsAndRefuses) {
     EXPECT_EQ(Occurrences(console, "function Missing not found"), 1);
     EXPECT_EQ(Occurrences(console, "binding of key \"c\" is longer"), 1);
     EXPECT_EQ(Occurrences(console, "key \"shift F10\" not found"), 1);
+
+    // A line longer than the settings reader takes goes on as a line of its own: the
+    // binding is refused, the rest is no key, and neither floods the console.
+    testing::internal::CaptureStderr();
+    UseSettings("[Keyboard]\nn=" + std::string(9000, 'U') + "\n");
+    const std::string flood = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(BindingOf("n"), "SwapABPen");
+    EXPECT_EQ(Occurrences(flood, "WARNING"), 4);
+    EXPECT_LT(flood.size(), 1200u);
 }
 
 // What KeyMapSave writes, start-up reads back as it was.
