@@ -35,7 +35,8 @@ const char HelpText[] = "Usage: nemu [options] [files...]\n"
                         "Commands run after start-up, in the order given, and then the program ends.\n"
                         "Exit status: 0 when every command ran; 2 when any command, or any bracketed\n"
                         "group of one, had an unknown name or replied an error (the others still run);\n"
-                        "1 when start-up failed; 128 plus the signal's number (130, 143) when SIGINT or\n"
+                        "1 when start-up failed, as when a file named cannot be opened (the commands\n"
+                        "then do not run); 128 plus the signal's number (130, 143) when SIGINT or\n"
                         "SIGTERM stopped the run, which ends at the next command or break check.\n"
                         "\n"
                         "Remote commands: a running Nemu listens on a socket in $XDG_RUNTIME_DIR/nemu\n"
@@ -158,6 +159,13 @@ std::string StartFileList(const std::vector<std::string>& files) {
 }
 
 void RunBatch() {
+    // A file named to work on that could not be opened is a failed start: the commands,
+    // which would work on something else, don't run.
+    if (StartFileFailures) {
+        BatchStatus = 1;
+        QuitFlag = 1;
+        return;
+    }
     auto* request = new (std::nothrow) CommandRequest;
     if (!request) {
         std::fprintf(stderr, "nemu: out of memory\n");

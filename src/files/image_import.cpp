@@ -53,6 +53,11 @@ void PictureLayerName(const char* path, char* name, int size) {
 }
 
 void ReportUnknownFile(const char* path) {
+    // A file that was known but refused says why.
+    if (LastFileError.Message) {
+        ReportFileError(path);
+        return;
+    }
     struct stat info;
     char text[4600];
     if (stat(path, &info) != 0)

@@ -159,15 +159,16 @@ int ReadJpegStream(FILE* file, Bitmap* bitmap) {
 }
 
 // The open step speaks for itself on the console, as it always has.
-static FILE* OpenJpegFile(const char* path, bool writing) {
-    FILE* file = writing ? OpenForWriting(path) : OpenForReading(path);
-    if (!file) std::printf("can't open %s\n", path);
-    return file;
+static void SayCannotOpen(const char* path) {
+    std::printf("can't open %s\n", path);
 }
 
 int ReadJpeg(const char* path, Bitmap* bitmap) {
-    FILE* file = OpenJpegFile(path, false);
-    if (!file) return -1;
+    FILE* file = OpenForReading(path);
+    if (!file) {
+        SayCannotOpen(path);
+        return -1;
+    }
     int result = ReadJpegStream(file, bitmap);
     std::fclose(file);
     return result;
@@ -223,11 +224,14 @@ int WriteJpegStream(FILE* file, const Bitmap* bitmap, int quality) {
 }
 
 int WriteJpeg(const char* path, const Bitmap* bitmap) {
-    FILE* file = OpenJpegFile(path, true);
-    if (!file) return -1;
+    SafeFile safe;
+    FILE* file = OpenForWriting(&safe, path);
+    if (!file) {
+        SayCannotOpen(path);
+        return -1;
+    }
     int result = WriteJpegStream(file, bitmap, JPegPower);
-    if (CloseWritten(file) != 0) result = -1;
-    return result;
+    return CloseWritten(&safe, result == 0);
 }
 
 } // namespace nemu

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csetjmp>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -116,8 +117,9 @@ int TestPng(const char* path, int* width, int* height, int* depth) {
         return -1;
     int channels = ChannelsOf(head[25]);
     if (!channels) return -1;
-    if (width) *width = int(BigWord(head + 16) & 0x7fffffff);
-    if (height) *height = int(BigWord(head + 20) & 0x7fffffff);
+    // A side beyond what an int holds is no valid side: it stays too large, never wraps.
+    if (width) *width = int(std::min<uint32_t>(BigWord(head + 16), INT32_MAX));
+    if (height) *height = int(std::min<uint32_t>(BigWord(head + 20), INT32_MAX));
     if (depth) *depth = head[24] * channels;
     return 0;
 }
@@ -298,11 +300,11 @@ int WritePngStream(FILE* file, const Bitmap* bitmap, int palette, int colours) {
 }
 
 int WritePng(const char* path, const Bitmap* bitmap) {
-    FILE* file = OpenForWriting(path);
+    SafeFile safe;
+    FILE* file = OpenForWriting(&safe, path);
     if (!file) return -1;
     int result = WritePngStream(file, bitmap, PngOptions.Palette, PngOptions.Colors);
-    if (CloseWritten(file) != 0) result = -1;
-    return result;
+    return CloseWritten(&safe, result == 0);
 }
 
 } // namespace nemu

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -68,13 +69,32 @@ static int ReadLayout(ProjectReader& r) {
     return 0;
 }
 
-// The page size decides everything after it: the first one found counts.
+// The fewest bytes in which a first layer of w by h pixels can be stored, by what the file
+// has told so far: a compression not yet named is taken at its most compact, and so is a
+// pixel of unknown layout.
+static int64_t LeastFirstBody(int compression, int bytesPerPixel, int w, int h) {
+    if (bytesPerPixel < 1) bytesPerPixel = 1;
+    if (compression >= 0) return MinBodyBytes(compression, bytesPerPixel, w, h);
+    int64_t least = INT64_MAX;
+    for (int known : {0, 1, 8}) least = std::min(least, MinBodyBytes(known, bytesPerPixel, w, h));
+    return least;
+}
+
+// The page size decides everything after it: the first one found counts. A file too short
+// to hold a single layer of that size is refused here, before anything is made for it.
 static int ReadLocation(ProjectReader& r) {
     uint8_t b[8];
     if (!ReadFields(r, b, sizeof b)) return -1;
     if (r.HaveLocation) return 0;
     int32_t w = int32_t(GetU16(b)), h = int32_t(GetU16(b + 2));
     if (!ImageSizeValid(uint64_t(w), uint64_t(h))) return StopLoad(r, 2350);
+    // Pixels or a compression that no layer can be read in end the load as surely, and
+    // before the page changes too.
+    const int bytes = r.Layout.Seen ? LayoutBytes(r.Layout) : 1;
+    const bool readable = !r.HaveGlobal || r.Compression == 0 || r.Compression == 1 || r.Compression == 8;
+    if (bytes == 0 || !readable) return StopLoad(r, 2350);
+    if (LeastFirstBody(r.HaveGlobal ? r.Compression : -1, bytes, w, h) > r.FileSize - r.BodyStart)
+        return StopLoad(r, 2366);
     r.HaveLocation = true;
     r.FileWidth = w;
     r.FileHeight = h;
@@ -359,24 +379,40 @@ int LoadProject(const char* path, int allowResize, int scaleToPage) {
 // ---- Looking inside -------------------------------------------------------------------------------
 
 // Walks the chunks of a project for its page size and the end of its time line, reading
-// nothing but the chunk headers, DLOC and LRHD.
+// nothing but the chunk headers, DGBL, DLOC and LRHD. A page size beyond the bounds, or one
+// whose first layer the rest of the file is too short to hold, is refused as the reader
+// refuses it, with the reason in LastFileError.
 static int WalkProject(const char* path, int* width, int* height, int* frames) {
     FILE* file = std::fopen(path, "rb");
     if (!file) return -1;
+    struct stat info;
+    const int64_t fileSize = fstat(fileno(file), &info) == 0 ? int64_t(info.st_size) : 0;
     uint8_t head[12];
     int result = -1;
     int32_t last = -1;
+    int compression = -1;
     if (std::fread(head, 1, 12, file) == 12 && std::memcmp(head, "FORM", 4) == 0 &&
         std::memcmp(head + 8, "OMXP", 4) == 0) {
         uint8_t chunk[8];
         while (std::fread(chunk, 1, 8, file) == 8) {
             uint32_t size = GetU32(chunk + 4);
-            int64_t next = ftello(file) + int64_t(PaddedSize(size));
+            const int64_t bodyStart = ftello(file);
+            int64_t next = bodyStart + int64_t(PaddedSize(size));
             uint8_t body[12];
-            if (std::memcmp(chunk, "DLOC", 4) == 0 && result < 0) {
+            if (std::memcmp(chunk, "DGBL", 4) == 0 && compression < 0) {
+                if (size < 6 || std::fread(body, 1, 6, file) != 6) break;
+                compression = int(GetU16(body + 4));
+            } else if (std::memcmp(chunk, "DLOC", 4) == 0 && result < 0) {
                 if (size < 4 || std::fread(body, 1, 4, file) != 4) break;
                 int w = int(GetU16(body)), h = int(GetU16(body + 2));
-                if (!ImageSizeValid(uint64_t(w), uint64_t(h))) break;
+                if (!ImageSizeValid(uint64_t(w), uint64_t(h))) {
+                    SetFileError(2350, "%d x %d", w, h);
+                    break;
+                }
+                if (LeastFirstBody(compression, 1, w, h) > fileSize - bodyStart) {
+                    SetFileError(2366, "%d x %d", w, h);
+                    break;
+                }
                 if (width) *width = w;
                 if (height) *height = h;
                 result = 0;

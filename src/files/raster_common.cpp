@@ -102,17 +102,20 @@ FILE* OpenForReading(const char* path) {
     return file;
 }
 
-FILE* OpenForWriting(const char* path) {
-    FILE* file = std::fopen(path, "wb");
+FILE* OpenForWriting(SafeFile* safe, const char* path, bool readable) {
+    FILE* file = OpenSafeFile(safe, path, readable);
     if (!file) SetFileError(2363, "%s", std::strerror(errno));
     return file;
 }
 
-int CloseWritten(FILE* file) {
-    bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0) failed = true;
-    if (failed) SetFileError(2365, "%s", std::strerror(errno ? errno : EIO));
-    return failed ? -1 : 0;
+int CloseWritten(SafeFile* safe, bool ok) {
+    if (!ok) {
+        AbandonSafeFile(safe);
+        return -1;
+    }
+    if (CommitSafeFile(safe) == 0) return 0;
+    SetFileError(2365, "%s", std::strerror(errno ? errno : EIO));
+    return -1;
 }
 
 } // namespace nemu

@@ -2,6 +2,7 @@
 // conversions between our premultiplied pixels and the interleaved rows of the file
 // libraries, and the record of the last failure, which the format registry reports.
 #pragma once
+#include "files/safe_file.h"
 #include "store/tile_pack.h"
 
 #include <cstdint>
@@ -52,11 +53,15 @@ void StoreRow(Bitmap* bitmap, int y, const uint8_t* row, int width, RowOrder ord
 // premultiplied colour; with straightAlpha the colour is unpremultiplied.
 void FetchRow(const Bitmap* bitmap, int y, uint8_t* row, RowOrder order, bool straightAlpha);
 
-// Opens a file for a reader or a writer, setting message 2364 (can't open) or 2363
-// (can't create) on failure.
+// Opens a file for a reader, setting message 2364 (can't open) on failure.
 FILE* OpenForReading(const char* path);
-FILE* OpenForWriting(const char* path);
-// Closes a written file; a failure of the last flush is message 2365.
-int CloseWritten(FILE* file);
+// Opens a picture file for a writer through the safe writer: the file named is replaced
+// only when CloseWritten commits it, so a failed or killed save leaves the old one whole.
+// `readable` lets the writer read back what it wrote. Message 2363 (can't create) on
+// failure.
+FILE* OpenForWriting(SafeFile* safe, const char* path, bool readable = false);
+// Ends a written file: when `ok`, commits it (message 2365 if that fails); otherwise
+// abandons it. 0 when the file is in place.
+int CloseWritten(SafeFile* safe, bool ok);
 
 } // namespace nemu

@@ -93,6 +93,7 @@ int FormType(const char* path) {
 // ---- SniffFormat ------------------------------------------------------------------------
 
 int SniffFormat(const char* path, int* width, int* height) {
+    ClearFileError();
     if (!Exists(path)) return -1;
     int w = 0, h = 0, depth = 0;
     int found = -1;
@@ -111,6 +112,14 @@ int SniffFormat(const char* path, int* width, int* height) {
             }
         }
         if (found < 0) found = ModuleSniff(path, &w, &h, &depth);
+    }
+    // What the readers would refuse is refused here, before anyone makes a page for it.
+    if (found >= 0 && !ImageSizeValid(uint64_t(int64_t(w)), uint64_t(int64_t(h)))) {
+        if (w < 1 || h < 1)
+            SetFileError(2350, "%d x %d", w, h);
+        else
+            SetFileError(2368, "%d x %d", w, h);
+        return -1;
     }
     if (found >= 0) {
         if (width) *width = w;

@@ -47,8 +47,9 @@ struct StillFormat {
 extern const StillFormat StillFormats[];
 extern const int StillFormatCount;
 
-// The type of the file and the picture's size; -1 if the path doesn't exist or nothing
-// knows the file.
+// The type of the file and the picture's size; -1 if the path doesn't exist, nothing
+// knows the file, or its header gives a size that the readers refuse (none, or beyond
+// ImageSizeValid). A known file refused leaves its reason in LastFileError.
 int SniffFormat(const char* path, int* width, int* height);
 // The information panel's text for a type: "PNG", a module's type name, or "???".
 const char* FileTypeText(int type);

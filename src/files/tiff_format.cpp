@@ -270,14 +270,11 @@ int WriteTiffStream(FILE* file, const Bitmap* bitmap, int option, int quality) {
 int WriteTiff(const char* path, const Bitmap* bitmap) {
     if (!OptionAvailable(TiffOption)) return -1;
     // libtiff reads back what it wrote when it links the directory.
-    FILE* file = std::fopen(path, "w+b");
-    if (!file) {
-        SetFileError(2363, "%s", std::strerror(errno));
-        return -1;
-    }
+    SafeFile safe;
+    FILE* file = OpenForWriting(&safe, path, true);
+    if (!file) return -1;
     int result = WriteTiffStream(file, bitmap, TiffOption, JPegPower);
-    if (CloseWritten(file) != 0) result = -1;
-    return result;
+    return CloseWritten(&safe, result == 0);
 }
 
 // ---- The module record ----------------------------------------------------------------

@@ -61,6 +61,7 @@ HookFn PointerHookEnd = nullptr;
 HookFn AfterCommitHook = nullptr, AfterUndoHook = nullptr;
 
 std::string StartFiles, StartSpare;
+int32_t StartFileFailures = 0;
 char LastConfig[256] = "";
 
 uint32_t LumaRed[256], LumaGreen[256], LumaBlue[256];

@@ -79,6 +79,8 @@ std::vector<std::string> SplitFileList(const std::string& list);
 bool IdentifyStartFile(int32_t* width, int32_t* height);
 // The prologue's opening of the start files and of the spare page's file.
 void OpenStartFiles();
+// How many of them OpenStartFiles could not open whole (each has had its alert).
+extern int32_t StartFileFailures;
 
 // Grey from colour: (LumaRed[r] + LumaGreen[g] + LumaBlue[b]) >> 16.
 extern uint32_t LumaRed[256], LumaGreen[256], LumaBlue[256];

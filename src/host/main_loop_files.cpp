@@ -51,16 +51,21 @@ void OpenStartFiles() {
     const bool gauge = names.size() > 1;
     if (gauge) ProgressOpen(MsgGet(nullptr, 2736));
     bool first = true;
+    StartFileFailures = 0;
     for (size_t i = 0; i < names.size(); i++) {
         const char* name = names[i].c_str();
+        // A name that can't be opened is said in an alert, which the user sees in the
+        // window; the next name is still tried as the project.
+        int result = -1;
         if (SniffFormat(name, nullptr, nullptr) < 0) {
-            Warning("%s is neither a picture nor a project that can be opened", name);
+            ReportUnknownFile(name);
         } else if (first) {
-            LoadProject(name, 1, 0);
+            result = LoadProject(name, 1, 0);
             first = false;
         } else {
-            ImportFile(name);
+            result = ImportFile(name);
         }
+        if (result != 0) StartFileFailures++;
         if (gauge) {
             ProgressStep(int64_t(i) + 1, int64_t(names.size()));
             if (BreakRequested) break;
@@ -68,8 +73,7 @@ void OpenStartFiles() {
     }
     if (gauge) ProgressClose();
     if (!StartSpare.empty()) {
-        if (!EnsureSpare()) return;
-        LoadImageFile(StartSpare.c_str(), SparePage, 0);
+        if (!EnsureSpare() || LoadImageFile(StartSpare.c_str(), SparePage, 0) != 0) StartFileFailures++;
     }
 }
 

@@ -5,6 +5,7 @@
 #include "files/format_settings.h"
 #include "files/image_modules.h"
 #include "files/recent_files.h"
+#include "files/safe_file.h"
 #include "host/input.h"
 #include "host/main_loop.h"
 #include "host/platform.h"
@@ -91,8 +92,10 @@ static const char DefaultMachineFile[] = "[STARTUP]\nBORDER=1\nGAUGE=1\nZORRO=1\
 
 void SetupTempDir() {
     std::string cache = EnvOr("XDG_CACHE_HOME", UserHome() + "/.cache") + "/nemu";
+    // The notes of saves in progress stay in the user's cache folder whatever the temporary
+    // folder is set to, so that every start looks for them in the same place.
     if (MakeFolders(cache, 0700))
-        TempDir = WithSlash(cache);
+        TempDir = SafeFileNotes = WithSlash(cache);
     else if (const char* tmp = std::getenv("TMPDIR"); tmp && *tmp)
         TempDir = WithSlash(tmp);
     else
@@ -112,6 +115,7 @@ int SetupPlaces() {
     ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : prefix + "/share/nemu";
 
     SetupTempDir();
+    SweepStaleParts(nullptr); // what saves killed in earlier runs left behind
 
     std::string ini = MachineFilePath();
     if (access(ini.c_str(), F_OK) != 0) WriteFileAtomic(ini.c_str(), DefaultMachineFile);

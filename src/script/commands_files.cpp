@@ -8,6 +8,7 @@
 #include "files/format_settings.h"
 #include "files/image_import.h"
 #include "files/project_file.h"
+#include "files/raster_common.h"
 #include "files/registry.h"
 #include "files/save_modes.h"
 #include "host/main_loop.h"
@@ -131,6 +132,8 @@ static void FileInfo(CommandRequest* request, const char* args) {
     int type = path[0] ? SniffFormat(path, &width, &height) : -1;
     if (type == FILE_PROJECT && ProjectInfo(path, &width, &height, &frames) != 0) type = -1;
     if (type < 0) {
+        // A header of no size, or of one too large, is no file to give numbers for.
+        ClearFileError();
         FileResult(request, -1);
         return;
     }

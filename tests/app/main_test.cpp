@@ -2,6 +2,7 @@
 #include "support/temp_files.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <dirent.h>
 #include <fcntl.h>
@@ -23,8 +24,10 @@ struct ProgramRun {
 };
 
 // Runs the program with the test's own folders and no display.
-ProgramRun Nemu(const std::string& args, const std::string& env = "") {
-    std::string command = "env -u DISPLAY " + env + " " NEMU_BINARY_DIR "/nemu " + args + " 2>/dev/null";
+// With `errors`, standard error joins the output.
+ProgramRun Nemu(const std::string& args, const std::string& env = "", bool errors = false) {
+    std::string command =
+        "env -u DISPLAY " + env + " " NEMU_BINARY_DIR "/nemu " + args + (errors ? " 2>&1" : " 2>/dev/null");
     FILE* p = popen(command.c_str(), "r");
     ProgramRun r{-1, ""};
     if (!p) return r;
@@ -34,6 +37,10 @@ ProgramRun Nemu(const std::string& args, const std::string& env = "") {
     int st = pclose(p);
     r.Status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
     return r;
+}
+
+double PlatformSecondsNow() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 std::vector<std::string> Entries(const std::string& dir) {
@@ -164,8 +171,7 @@ TEST(Program, BinaryMachineFileGivesTheDefaults) {
 
 TEST(Program, WithoutAWindowItFallsBackToHeadless) {
     // A display that cannot be opened: the run goes on headless, and stdout stays clean.
-    ProgramRun r =
-        Nemu("--size 12x8 -c '[om_getwidth]' some-file.png", "DISPLAY=nemu-test-no-such-display:99");
+    ProgramRun r = Nemu("--size 12x8 -c '[om_getwidth]'", "DISPLAY=nemu-test-no-such-display:99");
     EXPECT_EQ(r.Status, 0);
     EXPECT_EQ(r.Output, "[12]\n");
 }
@@ -209,10 +215,42 @@ TEST(Program, StartFilesOpenAsThePageOrTheProjectAndFurtherLayers) {
     EXPECT_EQ(r.Output, "[33][44][1 2 3 255][none]\n");
     r = Nemu("--headless -c '[om_getwidth] [om_layergetid 2] [om_layergetid 3]' " + project + " " + png);
     EXPECT_EQ(r.Output, "[33][3][none]\n");
-    // A name that is neither goes by with a warning; the next one opens as the project.
-    r = Nemu("--headless -c '[om_getwidth]' " + TempPath("nothing.nem") + " " + project);
-    EXPECT_EQ(r.Output, "[33]\n");
+}
+
+// Runs the program with its standard error joined to its output.
+ProgramRun NemuSaying(const std::string& args) {
+    return Nemu(args, "", true);
+}
+
+TEST(Program, AFileNamedThatCannotBeOpenedFailsTheBatchAtOnce) {
+    // A name that is no file, and one that is no picture: their alerts name them, and the
+    // batch's commands, which would work on something else, never run.
+    std::string text = TempPath("words.png");
+    WriteFile(text, "no picture");
+    for (const std::string& name : {TempPath("nothing.nem"), text}) {
+        ProgramRun r = NemuSaying("--headless -c '[om_getwidth]' " + name);
+        EXPECT_EQ(r.Status, 1) << name;
+        EXPECT_NE(r.Output.find(name), std::string::npos) << r.Output;
+        EXPECT_EQ(r.Output.find("[640]"), std::string::npos) << r.Output;
+    }
+    // A JPEG of a few hundred bytes that claims 30000 by 30000 pixels is refused in a moment
+    // for its size, before any page is made for it.
+    std::string big = TempPath("huge.jpg");
+    ASSERT_EQ(Nemu("--headless --size 8x8 -c '[om_savemode jpeg 50] [om_saveimage " + big + "]'").Status, 0);
+    std::string bytes = ReadFile(big);
+    size_t frame = bytes.find("\xFF\xC0");
+    ASSERT_NE(frame, std::string::npos);
+    bytes.replace(frame + 5, 4, "\x75\x30\x75\x30");
+    WriteFile(big, bytes);
+    double start = PlatformSecondsNow();
+    ProgramRun r = NemuSaying("--headless -c '[om_getwidth]' " + big);
+    EXPECT_LT(PlatformSecondsNow() - start, 20.0);
+    EXPECT_EQ(r.Status, 1);
+    EXPECT_NE(r.Output.find("30000 x 30000"), std::string::npos) << r.Output;
+    // Without commands the program starts at its own size, with the alert said.
+    r = NemuSaying("--headless --size 20x10 " + big);
     EXPECT_EQ(r.Status, 0);
+    EXPECT_NE(r.Output.find("30000 x 30000"), std::string::npos) << r.Output;
 }
 
 TEST(Program, PicturesOfOtherProgramsOpenAtStart) {

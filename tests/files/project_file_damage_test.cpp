@@ -4,6 +4,8 @@
 // lost.
 #include "project_file_support.h"
 
+#include "files/raster_common.h"
+#include "files/registry.h"
 #include "project/layer_undo.h"
 #include "script/command_host.h"
 
@@ -166,7 +168,24 @@ TEST_F(ProjectFileTest, FilesBuiltToMisleadAreRefusedWithoutAllocatingForThem) {
         b.Add("DBOD", body, claimed);
         auto [result, said] = load(b);
         EXPECT_EQ(result, -1);
-        EXPECT_TRUE(Says(said, 2350)) << said;
+        EXPECT_TRUE(Says(said, 2366)) << said;
+    }
+    // Opened at its own page size, such a file is refused before the page grows, and the
+    // probe that sizes the page at start refuses it too.
+    {
+        FileBuilder b;
+        b.Header(16384, 16384).FlatBody("DBOD", 5, 3, 1);
+        WriteBytes(path, b.Done());
+        const int32_t width = PageWidth, height = PageHeight;
+        std::string said = Stderr([&] { EXPECT_EQ(LoadProject(path.c_str(), 1, 0), -1); });
+        EXPECT_TRUE(Says(said, 2366)) << said;
+        EXPECT_EQ(PageWidth, width);
+        EXPECT_EQ(PageHeight, height);
+        EXPECT_STREQ(Layers[0].Name, "mine");
+        int w = 0, h = 0;
+        EXPECT_EQ(SniffFormat(path.c_str(), &w, &h), -1);
+        EXPECT_EQ(LastFileError.Message, 2366u);
+        ClearFileError();
     }
     // A stored image that claims two gigabytes in a file of a few hundred bytes.
     {

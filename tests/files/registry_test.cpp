@@ -2,6 +2,7 @@
 // settings, the overwrite question and the dispatch of saving.
 #include "files/format_settings.h"
 #include "files/image_modules.h"
+#include "files/raster_common.h"
 #include "files/registry.h"
 #include "files/save_modes.h"
 #include "files/tiff_format.h"
@@ -216,4 +217,61 @@ TEST(Registry, SaveImageAsWritesInTheCurrentMode) {
     EXPECT_EQ(SaveImageAs(TestPath("no/folder/s.png").c_str(), b), -1);
     EXPECT_NE(GetCapturedStderr().find("no/folder/s.png"), std::string::npos);
     FreeBitmap(b);
+}
+
+namespace {
+
+// A small JPEG whose frame header claims another size: the header is all a probe reads.
+std::string JpegClaiming(const std::string& name, int width, int height) {
+    Bitmap* b = NewBitmap(8, 8);
+    ClearBitmap(b, 0xFF808080);
+    std::string path = TestPath(name);
+    const int former = FileFormat;
+    FileFormat = 7;
+    EXPECT_EQ(SaveImageAs(path.c_str(), b), 0);
+    FileFormat = former;
+    FreeBitmap(b);
+    std::vector<uint8_t> bytes = ReadBytes(path);
+    for (size_t i = 2; i + 8 < bytes.size(); i++)
+        if (bytes[i] == 0xFF && bytes[i + 1] == 0xC0) {
+            bytes[i + 5] = uint8_t(height >> 8), bytes[i + 6] = uint8_t(height);
+            bytes[i + 7] = uint8_t(width >> 8), bytes[i + 8] = uint8_t(width);
+            break;
+        }
+    WriteBytes(path, bytes);
+    return path;
+}
+
+// A PNG header of the given size field words, followed by nothing.
+std::string PngClaiming(const std::string& name, uint32_t width, uint32_t height) {
+    std::vector<uint8_t> b = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13, 'I', 'H', 'D', 'R'};
+    for (uint32_t v : {width, height})
+        for (int shift = 24; shift >= 0; shift -= 8) b.push_back(uint8_t(v >> shift));
+    for (uint8_t v : {8, 6, 0, 0, 0, 0, 0, 0, 0}) b.push_back(v);
+    std::string path = TestPath(name);
+    WriteBytes(path, b);
+    return path;
+}
+
+} // namespace
+
+TEST(Registry, SizesTheReadersRefuseAreRefusedByTheProbeWithTheirReason) {
+    int w = 7, h = 7;
+    // 900 million pixels in a file of a few hundred bytes: beyond the readers' bound.
+    const std::string big = JpegClaiming("huge.jpg", 30000, 30000);
+    ASSERT_LT(ReadBytes(big).size(), 2000u);
+    EXPECT_EQ(SniffFormat(big.c_str(), &w, &h), -1);
+    EXPECT_EQ(w * 10 + h, 77);
+    EXPECT_EQ(LastFileError.Message, 2368u);
+    EXPECT_STREQ(LastFileError.Detail, "30000 x 30000");
+    // The largest picture the readers take is still known.
+    EXPECT_EQ(SniffFormat(JpegClaiming("wide.jpg", 32767, 8).c_str(), &w, &h), FILE_JPEG);
+    EXPECT_EQ(w, 32767);
+    EXPECT_EQ(LastFileError.Message, 0u);
+    // No size at all, and sizes that an int can't hold, never come out as numbers.
+    EXPECT_EQ(SniffFormat(PngClaiming("zero.png", 0, 10).c_str(), &w, &h), -1);
+    EXPECT_EQ(LastFileError.Message, 2350u);
+    EXPECT_EQ(SniffFormat(PngClaiming("wrap.png", 0x80000005u, 3).c_str(), &w, &h), -1);
+    EXPECT_EQ(LastFileError.Message, 2368u);
+    ClearFileError();
 }

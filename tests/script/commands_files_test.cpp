@@ -98,6 +98,15 @@ TEST_F(FileCommandsTest, MissingNamesAndUnknownWordsAreErrors) {
     EXPECT_EQ(Run("[om_loadimage nofile]"), "[ERROR -1]");
     EXPECT_EQ(Run("[om_saveproject] [om_nop]"), "[ERROR -1][ERROR -1][]");
     EXPECT_EQ(Run("[om_fileinfo " + TestPath("nothing") + "]"), "[ERROR -1]");
+    // A header of no width, or of one that wraps an int, is an error and not numbers.
+    for (uint32_t width : {0u, 0x80000001u}) {
+        std::string claim = TestPath("claim.png");
+        std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13, 'I', 'H', 'D', 'R',
+                                    uint8_t(width >> 24), uint8_t(width >> 16), uint8_t(width >> 8),
+                                    uint8_t(width), 0, 0, 0, 9, 8, 6, 0, 0, 0};
+        WriteBytes(claim, png);
+        EXPECT_EQ(Run("[om_fileinfo " + claim + "]"), "[ERROR -1]") << width;
+    }
     EXPECT_EQ(Run("[om_savemode nonsense] [om_savemode]"), "[ERROR -1][deep]");
     std::string text = TestPath("text.png");
     WriteBytes(text, {'n', 'o'});
