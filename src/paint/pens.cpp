@@ -51,7 +51,10 @@ void ResetPenSettings() {
         s.Strength = 100;
         for (int i = 0; i < 64; ++i) s.Profile[i] = uint8_t(i * 4);
     }
-    RoundPen = {1, 1, 25, 3, 0};
+    // The round pen's largest size is 0 until the user sets one, so a size from speed could
+    // only make it thinner than the ghost shows: a mouse paints it at its own size, and
+    // speed drives it once it is switched on.
+    RoundPen = {1, 0, 25, 3, 0};
     PointePen = {1, 1, 25, 255, 0};
     BrushPen = {1, 1, 25, 255, 0, 1, 0, 0};
 }

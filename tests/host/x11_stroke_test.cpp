@@ -166,4 +166,31 @@ TEST_F(X11Stroke, EachPenPaintsItsStrokeAndTheGhostLeavesNoTrace) {
     }
 }
 
+// A stroke of many small pointer moves, sent as a mouse sends them (a report every 8 ms),
+// paints the round pen as wide as its ghost: a mouse has no pressure, and the pen's size
+// is its own.
+TEST_F(X11Stroke, SmallMovesOfAMousePaintTheRoundPenAsWideAsItsGhost) {
+    EXPECT_EQ(Remote("[om_pen 8]"), "[]");
+    const int y = 100;
+    ASSERT_TRUE(MoveTo(30, y));
+    ASSERT_TRUE(SeenAt(30, y));
+    std::vector<std::string> moves = {"mousedown", "1"};
+    for (int x = 30; x <= 230; x += 2) {
+        moves.insert(moves.end(), {"mousemove", std::to_string(x + OriginX), std::to_string(y + OriginY)});
+        moves.insert(moves.end(), {"sleep", "0.008"});
+    }
+    moves.insert(moves.end(), {"mouseup", "1"});
+    ASSERT_TRUE(RunXdotool(moves));
+    ASSERT_TRUE(MoveTo(300, 10));
+    ASSERT_TRUE(SeenAt(300, 10));
+    // The page is clear: each painted pixel of a column across the stroke counts.
+    for (int x : {80, 130, 180}) {
+        int width = 0;
+        for (int row = y - 14; row <= y + 14; row++)
+            width += Remote("[om_getpixel " + std::to_string(x) + " " + std::to_string(row) + "]") != "[0 0 0 0]";
+        EXPECT_GE(width, 16) << "at " << x;
+        EXPECT_LE(width, 18) << "at " << x;
+    }
+}
+
 } // namespace nemu::x11test

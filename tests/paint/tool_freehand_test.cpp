@@ -2,6 +2,8 @@
 // between samples, the second button, and the Shift lock.
 #include "paint/tool_fixture.h"
 
+#include <unistd.h>
+
 using namespace nemu;
 using namespace nemu::test;
 
@@ -145,4 +147,49 @@ TEST(ToolFreehand, ShiftKeepsTheStrokeOnTheAxisItFirstLeavesASquareOn) {
     HeadlessSetQualifiers(0);
     ToolHost::Move(5, 5);
     EXPECT_EQ(LockAxis, 0);
+}
+
+namespace {
+// How many pixels of column x are painted.
+int ColumnWidth(int x) {
+    int n = 0;
+    for (int y = 0; y < PageHeight; y++) n += ToolHost::At(x, y) != White;
+    return n;
+}
+} // namespace
+
+// The round pen with speed on and a largest size above its own: by the speed rules a pointer
+// moved a pixel at a time at a hand's pace presses nearly fully, one that jumps far between
+// passes hardly at all, and one at rest fully.
+TEST(ToolFreehand, SpeedSizesTheRoundPenAsItsRulesSay) {
+    ToolHost host(120, 60);
+    RoundPen.SpeedOn = 1;
+    RoundPen.PenMaxSize = 8;
+    SetPen(PenRound);
+    SetPenSize(1);
+    ASSERT_EQ(ToolUsesSpeed, 1);
+    // A pixel each 8 ms, as a mouse sends at 125 reports a second: the speed index is at
+    // most 255 / (0.8 * 25), so the pressure at least 243 and the radius at least 7.6.
+    ToolHost::Press(5, 15);
+    for (int x = 6; x <= 60; x++) {
+        usleep(8000);
+        ToolHost::Move(x, 15);
+    }
+    // At rest: the first still pass keeps the last value, the next presses fully.
+    for (int pass = 0; pass < 2; pass++) {
+        HeadlessQueueKey('K', 0, true);
+        MainLoopPass();
+    }
+    EXPECT_EQ(PressureLow, 255);
+    ToolHost::Release(60, 15);
+    EXPECT_GE(ColumnWidth(30), 15) << ToolHost::Picture();
+    EXPECT_LE(ColumnWidth(30), 17);
+    EXPECT_GE(ColumnWidth(60), 16) << "at rest the pen paints its full size";
+    EXPECT_LE(ColumnWidth(60), 18);
+    // Ten pixels a pass with no pause between: the index is at its top, and the pen thin.
+    ToolHost::Press(70, 45);
+    for (int x = 80; x <= 115; x += 10) ToolHost::Move(x, 45);
+    ToolHost::Release(115, 45);
+    EXPECT_LE(ColumnWidth(95), 5) << ToolHost::Picture();
+    EXPECT_GE(ColumnWidth(95), 1);
 }
