@@ -219,6 +219,10 @@ void LookAtStart() {
 } // namespace
 
 TEST(TabletStart, MachineKeysForceAndRefuseTheTablet) {
+    // A whole start and end of the program: all it set is put back for the tests after.
+    const SpineState spine;
+    const nemu::test::PaintState paint;
+    const int32_t width = StartPageWidth, height = StartPageHeight;
     ASSERT_EQ(SetupPlaces(), 1);
     CloseConfig(MachineConfig);
     MachineConfig = nullptr;
@@ -238,4 +242,10 @@ TEST(TabletStart, MachineKeysForceAndRefuseTheTablet) {
     EXPECT_EQ(Seen.PenNumber, PenRound);
     EXPECT_EQ(Seen.Radius, 3);
     EXPECT_TRUE(Seen.CurvesStraight);
+    unlink(ini.c_str());
+    AfterStartHook = nullptr;
+    HeadlessCloseWhenIdle(false);
+    StartPageWidth = width, StartPageHeight = height;
+    spine.Restore();
+    paint.Restore();
 }

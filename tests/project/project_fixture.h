@@ -16,6 +16,7 @@
 #include "store/tile_pack.h"
 #include "store/tile_store.h"
 #include "store/undo.h"
+#include "support/paint_state.h"
 #include "ui/catalog.h"
 #include "ui/settings.h"
 
@@ -29,6 +30,12 @@ namespace nemu::test {
 class ProjectTest : public ::testing::Test {
   protected:
     uint32_t MemoryAtStart = 0;
+    const PaintState PaintSaved; // put back at the end, for the tests that change it
+    const uint32_t FlagsSaved = DisplayFlags, BackSaved = BackColour, Back2Saved = BackColour2;
+    const int32_t DensitySaved = CurrentDensity, OpacitySaved = PageOpacity, PelureSaved = PelureMode;
+    const int32_t LayerSaved = CurrentLayer, ImageSaved = CurrentImage;
+    const bool AllSaved = ShowAllLayers, SafeSaved = SafeAreaShown, AboveSaved = NeedAbove, BelowSaved = NeedBelow;
+    const double RateSaved = FrameRate;
 
     void MakeProject(int32_t w, int32_t h) {
         ProgramDir = NEMU_SOURCE_DIR "/data";
@@ -65,6 +72,12 @@ class ProjectTest : public ::testing::Test {
         FreePackBuffer();
         EXPECT_EQ(MemoryInUse, MemoryAtStart);
         CatalogFreeAll();
+        PaintSaved.Restore();
+        DisplayFlags = FlagsSaved, BackColour = BackSaved, BackColour2 = Back2Saved;
+        CurrentDensity = DensitySaved, PageOpacity = OpacitySaved, PelureMode = PelureSaved;
+        CurrentLayer = LayerSaved, CurrentImage = ImageSaved;
+        ShowAllLayers = AllSaved, SafeAreaShown = SafeSaved, NeedAbove = AboveSaved, NeedBelow = BelowSaved;
+        FrameRate = RateSaved;
     }
 
     // ---- The page -------------------------------------------------------------------------------

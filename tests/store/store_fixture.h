@@ -34,13 +34,25 @@ inline void OpenCacheWithLimit(int64_t limit) {
 class StoreTest : public ::testing::Test {
   protected:
     uint32_t MemoryAtStart = 0;
-    void SetUp() override { MemoryAtStart = MemoryInUse; }
+    // The cache's setting, which OpenCacheWithLimit changes: put back at the end, or the
+    // profile dropped again when there was none.
+    bool HadProfile = false;
+    char CacheSize[32] = {};
+    void SetUp() override {
+        MemoryAtStart = MemoryInUse;
+        HadProfile = CurrentConfig != nullptr;
+        ConfigGet("Main", "CacheSize", CacheSize, "-1", sizeof CacheSize);
+    }
     void TearDown() override {
         EXPECT_EQ(TileUseCount, 0u);
         EXPECT_EQ(FreeTilePools(), 1);
         CloseCache();
         FreePackBuffer();
         EXPECT_EQ(MemoryInUse, MemoryAtStart);
+        if (!HadProfile)
+            LoadProfile(nullptr);
+        else
+            ConfigSet("Main", "CacheSize", CacheSize);
     }
 };
 
