@@ -50,13 +50,13 @@ test: deps $(ASAN)/build.ninja
 	$(MAKE) --no-print-directory test-headless
 
 # The build without the X11 back end, so that it cannot rot: optimised and without the
-# sanitizers (the tree above has them), its tests run as one process with no display.
+# sanitizers (the tree above has them), its tests run with no display.
 $(HEADLESS)/build.ninja: | deps
 	cmake -S . -B $(HEADLESS) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DNEMU_X11=OFF
 
 test-headless: deps $(HEADLESS)/build.ninja
 	cmake --build $(HEADLESS) -j $(JOBS)
-	env -u DISPLAY $(HEADLESS)/nemu_tests --gtest_brief=1
+	env -u DISPLAY ctest --test-dir $(HEADLESS) -j $(JOBS) --output-on-failure --no-tests=error
 
 $(BENCHDIR)/build.ninja: | deps
 	cmake -S . -B $(BENCHDIR) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DNEMU_TESTS=OFF -DNEMU_BENCH=ON
