@@ -352,7 +352,7 @@ static PopupItem* Track(std::vector<Level>& levels) {
             heldAtOpen = false;
             break;
         case 4: {
-            if (EventKeyCode & KEY_RELEASED) break;
+            if (KeyIsRelease(EventKeyCode)) break;
             char c = EventKeyLength == 1 ? EventKeyText[0] : 0;
             int32_t key = EventKeyCode;
             if (c == 27) {

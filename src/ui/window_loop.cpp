@@ -107,7 +107,7 @@ static int FieldKey(const char* text, int32_t length, int32_t keycode, uint32_t 
 }
 
 int WindowKey(const char* text, int32_t length, int32_t keycode, uint32_t qualifiers) {
-    if (keycode & KEY_RELEASED) return 0;
+    if (KeyIsRelease(keycode)) return 0;
     int32_t result = 0;
     if (FieldKey(text, length, keycode, qualifiers, false, &result)) return 1;
     GuiWindow* window = WindowAt(WindowPointerX, WindowPointerY);
@@ -169,7 +169,7 @@ int32_t ModalLoop(GuiWindow* window) {
                 result = window->OnGadget(window, nullptr, GC_IDLE);
         }
         if (code == 1 || code == 2 || code == -1 || code == -2 || code == 4) CloseHelpBubble();
-        if (code == 4 && !(EventKeyCode & KEY_RELEASED)) {
+        if (code == 4 && !KeyIsRelease(EventKeyCode)) {
             if (ActiveGadget && ActiveGadgetWindow == window) {
                 FieldKey(EventKeyText, EventKeyLength, EventKeyCode, EventKeyQualifiers, true, &result);
             } else if (window->OnKey) {
