@@ -143,6 +143,14 @@ static void DrawItem(Level& L, int i) {
     } else {
         UiText(s, tx, ty, it.Text, ink, x, y, right, y + h - 1);
     }
+    if (GadgetDrawnHook) {
+        // Menu rows are reported as rows too, numbered from 1, so tests pick them by text.
+        Gadget row{};
+        row.Id = i + 1;
+        GuiWindow* win = L.Window;
+        GadgetDrawnHook(win, &row, it.Text, win->Left + UiPx(x), win->Top + UiPx(y), UiPx(x + w) - UiPx(x),
+                        UiPx(y + h) - UiPx(y));
+    }
     const char* key = KeyOf(it);
     if (key && *key) {
         uint32_t keyInk = hot ? LightColour(fill) : DarkColour(DarkColour(fill));
