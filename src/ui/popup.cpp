@@ -235,6 +235,9 @@ static bool OpenLevel(Level& L, PopupItem* items, int selected, bool scrollList,
     if (L.Count == 0) return false;
     int W, H;
     Measure(L, scrollList, &W, &H);
+    // A menu dropped from a gadget is at least as wide as the gadget.
+    int under = UiUnit(w);
+    if ((mode == POPUP_BELOW || mode == POPUP_ABOVE) && W == L.ColumnWidth && under > W) L.ColumnWidth = W = under;
     L.Window = WindowNew(W, H, WINDOW_SIMPLE_FRAME | WINDOW_KEEP_STRING);
     if (!L.Window) {
         AlertMsg(MsgOutOfMemory);
@@ -310,6 +313,7 @@ static PopupItem* Track(std::vector<Level>& levels) {
     // onto an item; one opened by a click picks on the next click.
     bool heldAtOpen = LeftHeld || RightHeld;
     int startX = WindowPointerX, startY = WindowPointerY;
+    int lastX = startX, lastY = startY;
     bool moved = false;
     ModalDepth++;
     PopupItem* picked = nullptr;
@@ -321,7 +325,11 @@ static PopupItem* Track(std::vector<Level>& levels) {
         if (std::abs(WindowPointerX - startX) > 3 || std::abs(WindowPointerY - startY) > 3) moved = true;
         int k = -1, item = -1;
         bool over = ItemAtPointer(levels, &k, &item);
-        if (over && code != 4) {
+        // The pointer chooses only when it moves (or presses): a submenu closed by a key
+        // stays closed while the pointer rests on its row.
+        bool pointerMoved = WindowPointerX != lastX || WindowPointerY != lastY || (code != 4 && code != 6 && code != 0);
+        lastX = WindowPointerX, lastY = WindowPointerY;
+        if (over && pointerMoved) {
             SetHot(levels[size_t(k)], item);
             if (item >= 0 && Pickable(levels[size_t(k)].Items[item]) && levels[size_t(k)].Items[item].Submenu)
                 OpenSubmenu(levels, size_t(k), item);

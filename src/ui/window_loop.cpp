@@ -170,7 +170,9 @@ int32_t ModalLoop(GuiWindow* window) {
         }
         if (code == 1 || code == 2 || code == -1 || code == -2 || code == 4) CloseHelpBubble();
         if (code == 4 && !KeyIsRelease(EventKeyCode)) {
-            if (ActiveGadget && ActiveGadgetWindow == window) {
+            // Escape means nothing to a field: it goes to the window, which cancels.
+            bool escape = EventKeyLength == 1 && EventKeyText[0] == 27;
+            if (ActiveGadget && ActiveGadgetWindow == window && !escape) {
                 FieldKey(EventKeyText, EventKeyLength, EventKeyCode, EventKeyQualifiers, true, &result);
             } else if (window->OnKey) {
                 int32_t n = EventKeyLength;
