@@ -2,6 +2,7 @@
 #include "ui/gadget_paint.h"
 
 #include "store/bitmap.h"
+#include "ui/commands.h"
 #include "ui/font.h"
 #include "ui/ui_scale.h"
 
@@ -45,6 +46,14 @@ int32_t UiTextWidth(const char* text) {
     int32_t px = TextWidth(text);
     int32_t u = UiUnit(px);
     return UiPx(u) < px ? u + 1 : u;
+}
+
+const char* CommandKeyText(const char* command, char* buffer, int size) {
+    if (!command || !*command || size < 2) return nullptr;
+    const char* key = KeyForCommand(command);
+    if (!key || !*key) return nullptr;
+    if (KeyLabel(key, buffer, size_t(size)) <= 0) return nullptr;
+    return buffer;
 }
 
 uint32_t LightColour(uint32_t c) {

@@ -19,8 +19,6 @@
 
 namespace nemu {
 
-const char* (*KeyForCommand)(const char* command) = nullptr;
-
 // Layout units.
 constexpr int RowHeight = 16, SeparatorHeight = 7, Padding = 4, TextLeft = 18, SwatchSize = 10;
 constexpr int ScrollBarWidth = 12, ScrollListRows = 24, ScrollListLimit = 40;
@@ -45,9 +43,11 @@ static bool Pickable(const PopupItem& item) {
     return item.Id != POPUP_SEPARATOR && !(item.ItemFlags & POPUP_DISABLED);
 }
 
+// The key text of a row: its own, or the label of its command's key.
 static const char* KeyOf(const PopupItem& item) {
+    static char label[64];
     if (item.KeyText) return item.KeyText;
-    return item.Command && KeyForCommand ? KeyForCommand(item.Command) : nullptr;
+    return CommandKeyText(item.Command, label, sizeof label);
 }
 
 static int ScreenUnits(bool height) {
@@ -237,7 +237,8 @@ static bool OpenLevel(Level& L, PopupItem* items, int selected, bool scrollList,
     Measure(L, scrollList, &W, &H);
     // A menu dropped from a gadget is at least as wide as the gadget.
     int under = UiUnit(w);
-    if ((mode == POPUP_BELOW || mode == POPUP_ABOVE) && W == L.ColumnWidth && under > W) L.ColumnWidth = W = under;
+    if ((mode == POPUP_BELOW || mode == POPUP_ABOVE) && W == L.ColumnWidth && under > W)
+        L.ColumnWidth = W = under;
     L.Window = WindowNew(W, H, WINDOW_SIMPLE_FRAME | WINDOW_KEEP_STRING);
     if (!L.Window) {
         AlertMsg(MsgOutOfMemory);
@@ -327,7 +328,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
         bool over = ItemAtPointer(levels, &k, &item);
         // The pointer chooses only when it moves (or presses): a submenu closed by a key
         // stays closed while the pointer rests on its row.
-        bool pointerMoved = WindowPointerX != lastX || WindowPointerY != lastY || (code != 4 && code != 6 && code != 0);
+        bool pointerMoved =
+            WindowPointerX != lastX || WindowPointerY != lastY || (code != 4 && code != 6 && code != 0);
         lastX = WindowPointerX, lastY = WindowPointerY;
         if (over && pointerMoved) {
             SetHot(levels[size_t(k)], item);

@@ -90,7 +90,5 @@ PopupItem* PopupMenu(PopupItem* items, int selected);
 PopupItem* PopupAt(PopupItem* items, int selected, int mode, int x, int y, int w, int h);
 // The scrolling list that stands in for a mode-0 menu of more than 40 rows.
 PopupItem* ScrollList(PopupItem* items, int selected);
-// Where the key of a command is named (the command table fills it); null: no key.
-extern const char* (*KeyForCommand)(const char* command);
 
 } // namespace nemu
