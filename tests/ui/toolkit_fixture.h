@@ -85,7 +85,10 @@ struct ToolkitHost : HeadlessHost {
     explicit ToolkitHost(int scaleHalves = 2) : HeadlessHost(800, 600, 320, 240, 20, 20) {
         using namespace nemu;
         HeadlessDialogs = 1;
-        if (!GlobalCatalog) GlobalCatalog = CatalogLoad(NEMU_SOURCE_DIR "/data/nemu.loc");
+        if (!GlobalCatalog) {
+            GlobalCatalog = CatalogLoad(NEMU_SOURCE_DIR "/data/nemu.loc");
+            OwnsCatalog = true;
+        }
         UiScaleHalves = scaleHalves;
         FontOpen();
         GadgetDrawnHook = RecordGadget;
@@ -106,6 +109,7 @@ struct ToolkitHost : HeadlessHost {
         WorkAreaX = WorkAreaY = WorkAreaW = WorkAreaH = 0;
         QuitFlag = 0;
         FontClose();
-        CatalogFreeAll();
+        if (OwnsCatalog) CatalogFreeAll();
     }
+    bool OwnsCatalog = false;
 };
