@@ -27,8 +27,12 @@
 #include "ui/commands.h"
 #include "ui/main_settings.h"
 #include "ui/requests.h"
+#include "ui/font.h"
+#include "ui/gadget.h"
 #include "ui/settings.h"
 #include "ui/sys_colours.h"
+#include "ui/ui_scale.h"
+#include "ui/window.h"
 
 #include <cerrno>
 #include <climits>
@@ -231,6 +235,17 @@ static void UseStartProfile() {
     LoadProfile(LastConfig);
 }
 
+// The interface toolkit: scale, font and the settings of the windows. The font
+// comes last, as its size follows the scale.
+static void OpenToolkit() {
+    ChooseUiScale(PlatformDpi());
+    FontOpen();
+    LoadHelpMode();
+    WindowMagnet = ConfigGetOn("Main", "Magnet", true) ? 1 : 0;
+    DragLimit = ConfigGetInt("System", "CustomBrush", 200000);
+    GaugeOn = StartupGetInt("GAUGE", 1) ? 1 : 0;
+}
+
 static int FailStart(uint32_t message) {
     AlertMsg(message);
     Cleanup();
@@ -316,6 +331,7 @@ int AppStart() {
         return 1;
     }
     RemoteOpen(); // without it the program works on; it has said why on stderr
+    OpenToolkit();
 
     APen = 0xFFFF0000;
     ColourChanged();
@@ -389,6 +405,9 @@ void Cleanup() {
     if (Screen) CancelTool(ToolMode);
     KeyMapFree();
     CloseInputQueues();
+    CloseHelpBubble();
+    WindowDeleteAll();
+    FontClose();
     if (WaitTimer) {
         PlatformKillTimer(WaitTimer);
         WaitTimer = 0;

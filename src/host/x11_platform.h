@@ -85,7 +85,7 @@ struct X11State {
     // An exposed area still growing while the server says more Expose events follow.
     bool PaintOpen = false;
     int PaintX1 = 0, PaintY1 = 0, PaintX2 = 0, PaintY2 = 0;
-    Cursor Cursors[8] = {};
+    Cursor Cursors[12] = {}; // one per row of the shape table
     int Shape = -1;
     // Errors: the handler keeps the first code while a trap is set.
     int TrapDepth = 0;
@@ -123,6 +123,7 @@ void X11Raise();
 void X11Lower();
 void X11Beep();
 uint32_t X11DoubleClickTime();
+int X11Dpi();
 // Whether a window manager that knows the EWMH hints runs now.
 bool X11HasWindowManager();
 // Re-reads the window manager's state of the window after it changed.

@@ -16,11 +16,16 @@ struct ShapeRow {
     unsigned Glyph;
 };
 static const ShapeRow ShapeTable[] = {
-    {0, XC_left_ptr},  // the normal arrow
-    {1, XC_crosshair}, // the tool pointer
-    {2, XC_watch},     // busy
-    {6, XC_tcross},    // the thin tool cross
-    {7, XC_pencil},    // the pen
+    {0, XC_left_ptr},          // the normal arrow
+    {1, XC_crosshair},         // the tool pointer
+    {2, XC_watch},             // busy
+    {6, XC_tcross},            // the thin tool cross
+    {7, XC_pencil},            // the pen
+    {5, XC_sb_h_double_arrow}, // dragging a value sideways
+    {8, XC_sb_h_double_arrow}, // a panel's left or right edge
+    {9, XC_sb_v_double_arrow}, // its top or bottom edge
+    {10, XC_top_right_corner}, // the corners that resize along the other diagonal
+    {11, XC_bottom_right_corner},
 };
 
 void X11SetPointerShape(int shape) {
@@ -172,6 +177,15 @@ uint32_t X11DoubleClickTime() {
     char* end = nullptr;
     long ms = std::strtol(v, &end, 10);
     return end != v && ms >= 100 && ms <= 5000 ? uint32_t(ms) : 500;
+}
+
+// The desktop's font resolution (Xft.dpi), which high-density screens set; 0 when unset.
+int X11Dpi() {
+    if (!X11.Dpy) return 0;
+    const char* v = XGetDefault(X11.Dpy, "Xft", "dpi");
+    if (!v) return 0;
+    double dpi = std::strtod(v, nullptr);
+    return dpi >= 30 && dpi <= 1000 ? int(dpi + 0.5) : 0;
 }
 
 } // namespace nemu

@@ -14,6 +14,7 @@ const ScriptCommand* const CommandFamilies[] = {
     UndoCommands,
     FileCommands,
     KeyCommands,
+    RequestCommands,
     nullptr,
 };
 // clang-format on
