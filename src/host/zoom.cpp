@@ -53,7 +53,11 @@ static void FitViewAxis(int32_t area, int32_t page, int32_t factor, int32_t* cor
     *offset = *corner == 0 && drawn < area ? (area - drawn) / 2 : 0;
 }
 
+// The page size the view was fitted to: a refresh after the page changed size fits again.
+int32_t ZoomFittedWidth = 0, ZoomFittedHeight = 0;
+
 void ZoomSetView(int32_t factor, int32_t left, int32_t top) {
+    ZoomFittedWidth = PageWidth, ZoomFittedHeight = PageHeight;
     ZoomFactor = ZoomClampFactor(factor);
     ZoomLeft = left;
     ZoomTop = top;

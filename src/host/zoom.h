@@ -36,6 +36,7 @@ extern int32_t ZoomFactor;               // > 0 magnification, < 0 reduction by 
 extern int32_t ZoomAutoCenter;           // setting ZoomAutoCenter: the view follows the pointer
 extern int32_t ZoomInsetX, ZoomInsetY;   // the picture area's corner on the surface (4, 19 at scale 1)
 extern int32_t ZoomAreaW, ZoomAreaH;     // its size in surface pixels
+extern int32_t ZoomFittedWidth, ZoomFittedHeight; // the page size the view was last fitted to
 
 // The navigator (a negative factor) outlines this page rectangle in ZoomMarkColour: the
 // part that the magnified view showed when the navigator took over.

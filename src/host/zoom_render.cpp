@@ -168,6 +168,7 @@ static void DrawMark(Bitmap* surface, ZoomRect clip);
 
 void ZoomRefreshPage(const Bitmap* bitmap, int32_t sx, int32_t sy, int32_t px, int32_t py, int32_t w, int32_t h) {
     if (!ZoomShown() || !ZoomWindow->Surface) return;
+    if (ZoomFittedWidth != PageWidth || ZoomFittedHeight != PageHeight) return ZoomRedraw();
     ZoomRect done = ZoomRender(bitmap, sx, sy, px, py, w, h, ZoomWindow->Surface);
     if (done.W < 1 || done.H < 1) return;
     DrawMark(ZoomWindow->Surface, done);
