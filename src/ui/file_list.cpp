@@ -188,9 +188,13 @@ int FileListRead(FileList* list, const char* folder, const char* pattern) {
     if (!list || !folder) return -1;
     FileListFree(list);
     list->ReadError = 0;
-    if (std::snprintf(list->Folder, sizeof list->Folder, "%s", folder) >= int(sizeof list->Folder)) {
-        list->ReadError = ENAMETOOLONG;
-        return -1;
+    // The list's own folder may be passed in to list it again.
+    if (folder != list->Folder) {
+        if (std::strlen(folder) >= sizeof list->Folder) {
+            list->ReadError = ENAMETOOLONG;
+            return -1;
+        }
+        std::memmove(list->Folder, folder, std::strlen(folder) + 1);
     }
     int32_t capacity = 0;
     int result = 0;
