@@ -17,7 +17,6 @@ int32_t ZoomLeft = 0, ZoomTop = 0;
 int32_t ZoomWidth = 0, ZoomHeight = 0;
 int32_t ZoomOffsetX = 0, ZoomOffsetY = 0;
 int32_t ZoomFactor = ZoomDefaultFactor;
-int32_t ZoomAutoCenter = 0;
 int32_t ZoomInsetX = 4, ZoomInsetY = 19;
 int32_t ZoomAreaW = 0, ZoomAreaH = 0;
 void (*ZoomShowHook)(int32_t x, int32_t y, int32_t w, int32_t h) = nullptr;

@@ -33,7 +33,7 @@ extern int32_t ZoomLeft, ZoomTop;        // page position of the area's first pi
 extern int32_t ZoomWidth, ZoomHeight;    // page pixels shown, across and down
 extern int32_t ZoomOffsetX, ZoomOffsetY; // surface offset of the page inside the area
 extern int32_t ZoomFactor;               // > 0 magnification, < 0 reduction by its absolute value
-extern int32_t ZoomAutoCenter;           // setting ZoomAutoCenter: the view follows the pointer
+extern int32_t ZoomAutoCenter;           // the view follows the pointer (section Main's, ui/main_settings)
 extern int32_t ZoomInsetX, ZoomInsetY;   // the picture area's corner on the surface (4, 19 at scale 1)
 extern int32_t ZoomAreaW, ZoomAreaH;     // its size in surface pixels
 extern int32_t ZoomFittedWidth, ZoomFittedHeight; // the page size the view was last fitted to

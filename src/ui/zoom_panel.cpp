@@ -273,9 +273,6 @@ void ZoomNavigator(int on) {
 // ---- Settings -----------------------------------------------------------------------------------------------
 
 void LoadZoomSettings() {
-    // Startup of Nemu.INI first, then Main, which overrides it.
-    ZoomAutoCenter = StartupGetInt("ZoomAutoCenter", 0) != 0;
-    ZoomAutoCenter = ConfigGetInt("Main", "ZoomAutoCenter", ZoomAutoCenter) != 0;
     PanelW = std::max(ConfigGetInt(ZoomSection, "Win_W", ZoomPanelWidth), ZoomPanelMinWidth);
     PanelH = std::max(ConfigGetInt(ZoomSection, "Win_H", ZoomPanelHeight), ZoomPanelMinHeight);
     // A size beyond the screen is cut to it.
@@ -298,7 +295,6 @@ void SaveZoomSettings() {
     ConfigSetInt(ZoomSection, "Win_H", PanelH);
     ConfigSetInt(ZoomSection, "Factor", ZoomFactor > 0 ? ZoomFactor : SavedFactor);
     ConfigSetOn(ZoomSection, "Display", open);
-    ConfigSetInt("Main", "ZoomAutoCenter", ZoomAutoCenter);
 }
 
 } // namespace nemu

@@ -2,8 +2,8 @@
 // with a frame where the magnified view stands). The view itself, its mapping of the
 // pointer and its pixels are host/zoom's; this is the window around them: the title bar,
 // the buttons along the bottom (Out, In, Navigator, Follow), the resize, and section Zoom
-// of the settings (WIN_X, WIN_Y, Win_W, Win_H, Display, Factor) with ZoomAutoCenter of
-// Main (and of Startup, which Main overrides).
+// of the settings (WIN_X, WIN_Y, Win_W, Win_H, Display, Factor). Follow shows and sets
+// ZoomAutoCenter, which section Main's reader owns.
 #pragma once
 #include <cstdint>
 

@@ -121,12 +121,10 @@ TEST_F(ZoomPanelTest, StepsAndNavigator) {
 }
 
 TEST_F(ZoomPanelTest, SettingsGoBackAndForth) {
-    ParseConfigText(CurrentConfig, "[Zoom]\nDisplay=on\nWin_W=300\nWin_H=200\nFactor=8\nWIN_X=40\nWIN_Y=50\n"
-                                   "[Main]\nZoomAutoCenter=1\n");
+    ParseConfigText(CurrentConfig, "[Zoom]\nDisplay=on\nWin_W=300\nWin_H=200\nFactor=8\nWIN_X=40\nWIN_Y=50\n");
     LoadZoomSettings();
     ASSERT_TRUE(ZoomShown());
     EXPECT_EQ(ZoomFactor, 8);
-    EXPECT_EQ(ZoomAutoCenter, 1);
     EXPECT_EQ(ZoomWindow->Left, 40);
     EXPECT_EQ(ZoomWindow->Top, 50);
     EXPECT_EQ(int32_t(ZoomWindow->Width), UiPx(300));
