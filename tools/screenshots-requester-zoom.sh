@@ -36,7 +36,7 @@ i=0
 for colour in "255 80 40" "40 160 255" "250 220 60" "90 200 120" "200 90 220" "255 255 255" "30 30 30" "240 140 170"; do
     i=$((i + 1))
     HOME="$work/batch" "$nemu" --headless --size 320x240 \
-        -c "[om_clear] [om_setapen $colour] [om_pen 40] [om_line 20 $((40 + i * 15)) 300 $((200 - i * 10)) 0] [om_dot 160 120 0] [om_saveimage \"$pictures/picture$i.png\"]" \
+        -c "[om_savemode png] [om_clear] [om_setapen $colour] [om_pen 40] [om_line 20 $((40 + i * 15)) 300 $((200 - i * 10)) 0] [om_dot 160 120 0] [om_saveimage \"$pictures/picture$i.png\"]" \
         >/dev/null 2>&1 || true
 done
 printf 'not a picture' > "$pictures/notes.txt"
@@ -74,7 +74,7 @@ for scale in 1 2; do
 
     # A painted page under the zoom.
     r "[om_setapen 230 60 40] [om_pen 14] [om_line 40 60 700 500 0] [om_setapen 40 120 230] [om_line 60 520 720 80 0] [om_setapen 250 210 40] [om_pen 30] [om_dot 400 300 0]" >/dev/null
-    r "om_zoom 6 400 300" >/dev/null
+    r "om_zoom 4 250 200" >/dev/null
     sleep 1
     DISPLAY=$display import -window root "$out/zoom-scale$scale.png"
     stop_nemu $scale

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <strings.h>
+#include <utility>
 
 namespace nemu {
 
@@ -187,8 +188,12 @@ int ZoomOpen(int32_t factor, int32_t px, int32_t py) {
         ZoomCenterOn(px, py);
     else
         ZoomSetView(ZoomFactor, ZoomLeft, ZoomTop);
-    BuildZoomRows(); // the toggles follow the state
-    WindowDrawRows(ZoomWindow);
+    // The toggles follow the state.
+    for (auto [id, on] : {std::pair{ZOOM_NAVIGATOR, ZoomFactor < 0}, std::pair{ZOOM_FOLLOW, ZoomAutoCenter != 0}})
+        if (Gadget* g = GadgetById(id, ZoomRows); g && on != ((g->Flags & GF_SELECTED) != 0)) {
+            g->Flags ^= GF_SELECTED;
+            GadgetDraw(g, ZoomWindow);
+        }
     ShowFactor();
     WindowRefresh(ZoomWindow);
     ZoomRedraw();
