@@ -8,6 +8,7 @@
 #include "host/main_loop.h"
 #include "host/platform.h"
 #include "host/screen.h"
+#include "host/zoom.h"
 #include "paint/draw_modes.h"
 #include "paint/pens.h"
 #include "paint/tools.h"
@@ -173,7 +174,9 @@ int UpdatePointerState(const InputMsg* msg, int forTools) {
         };
         for (const auto& b : Buttons)
             if (b.Code == msg->Code) result = b.Handle(b.Left, forTools);
+        if (forTools) ZoomTrackButton(result, WindowPointerX, WindowPointerY);
     }
+    if (forTools) ZoomFollow(PointerX, PointerY);
     // The record's own pressure stands, over what a press reset.
     if (msg->Type == IM_POINTER || msg->Type == IM_BUTTON) {
         PressureHigh = msg->PressureHigh;
@@ -199,8 +202,10 @@ static void StrokeCommit() {
 void DispatchTool() {
     if (LeftPressed || RightPressed) {
         // A press on a window belongs to its gadgets and edges; the press runs there until
-        // the release. A press anywhere else goes to the page.
-        if (WindowPressAt(WindowPointerX, WindowPointerY, LeftPressed ? 1 : 2)) {
+        // the release. A press anywhere else goes to the page, and so does one on the zoom's
+        // picture, which shows the page.
+        const bool onZoom = ZoomHolds(WindowPointerX, WindowPointerY);
+        if (!onZoom && WindowPressAt(WindowPointerX, WindowPointerY, LeftPressed ? 1 : 2)) {
             LeftPressed = RightPressed = 0;
             ButtonEdge = 0;
             return;
@@ -210,7 +215,7 @@ void DispatchTool() {
     if (!LeftHeld && !RightHeld) {
         GuiWindow* over = WindowAt(WindowPointerX, WindowPointerY);
         int shape = 1;
-        if (over) {
+        if (over && !ZoomHolds(WindowPointerX, WindowPointerY)) {
             int x = WindowPointerX - over->Left, y = WindowPointerY - over->Top;
             shape = over->PointerAt ? int(over->PointerAt(over, x, y)) : int(over->DefaultPointer);
         }

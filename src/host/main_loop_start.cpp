@@ -11,6 +11,7 @@
 #include "host/platform.h"
 #include "host/remote.h"
 #include "host/screen.h"
+#include "host/zoom.h"
 #include "host/tablet.h"
 #include "paint/colour.h"
 #include "paint/draw_modes.h"
@@ -25,14 +26,16 @@
 #include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/commands.h"
-#include "ui/main_settings.h"
-#include "ui/requests.h"
+#include "ui/file_requester.h"
 #include "ui/font.h"
 #include "ui/gadget.h"
+#include "ui/main_settings.h"
+#include "ui/requests.h"
 #include "ui/settings.h"
 #include "ui/sys_colours.h"
 #include "ui/ui_scale.h"
 #include "ui/window.h"
+#include "ui/zoom_panel.h"
 
 #include <cerrno>
 #include <climits>
@@ -346,9 +349,11 @@ int AppStart() {
     ReadMainColours();
     LoadToolSettings();
     KeyMapInit();
+    LoadBrowserSettings();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
+    LoadZoomSettings(); // after the page is placed: the zoom opens over it
     SetPointerShape(0);
     return 0;
 }
@@ -379,6 +384,8 @@ void AppFinish() {
         SaveMainSettings();
         SaveFormatSettings();
         KeyMapSave();
+        SaveBrowserSettings();
+        SaveZoomSettings();
     }
     Cleanup();
     FinishSettings();
@@ -404,6 +411,9 @@ void Cleanup() {
     // order, as they come: each is safe to free when it was never made.
     if (Screen) CancelTool(ToolMode);
     KeyMapFree();
+    ZoomClose();
+    ZoomFreeBuffers();
+    FreeFileRequests();
     CloseInputQueues();
     CloseHelpBubble();
     WindowDeleteAll();

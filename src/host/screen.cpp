@@ -7,6 +7,7 @@
 
 #include "host/main_loop.h"
 #include "host/platform.h"
+#include "host/zoom.h"
 #include "paint/tools.h"
 #include "store/bitmap.h"
 #include "ui/window.h"
@@ -148,6 +149,7 @@ void ShowPageRect(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, in
     w = std::min(w, PageWidth - px);
     h = std::min(h, PageHeight - py);
     if (w < 1 || h < 1) return;
+    if (ZoomOn) ZoomRefreshPage(bitmap, sx, sy, px, py, w, h);
     PageShow show{bitmap, sx - (px + PageX), sy - (py + PageY)};
     ScreenClipWalk(px + PageX, py + PageY, w, h, WindowListHead, ComposeToScreen, &show);
     PlatformFlush();
@@ -333,6 +335,7 @@ int PlacePage(int centre) {
 }
 
 void ScreenToPage(int32_t fx, int32_t fy, int32_t* px, int32_t* py) {
+    if (ZoomScreenToPage(fx, fy, px, py)) return;
     *px = int32_t(int64_t(fx) - int64_t(PageX) * 65536);
     *py = int32_t(int64_t(fy) - int64_t(PageY) * 65536);
 }

@@ -14,5 +14,6 @@ extern const ScriptCommand UndoCommands[];
 extern const ScriptCommand FileCommands[];
 extern const ScriptCommand KeyCommands[];
 extern const ScriptCommand RequestCommands[];
+extern const ScriptCommand PanelCommands[];
 
 } // namespace nemu

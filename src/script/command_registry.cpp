@@ -15,6 +15,7 @@ const ScriptCommand* const CommandFamilies[] = {
     FileCommands,
     KeyCommands,
     RequestCommands,
+    PanelCommands,
     nullptr,
 };
 // clang-format on
