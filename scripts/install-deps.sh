@@ -8,7 +8,7 @@ build-essential cmake ninja-build pkg-config
 libgtest-dev libgmock-dev libbenchmark-dev
 libpng-dev libjpeg62-turbo-dev libtiff-dev zlib1g-dev
 libx11-dev libxi-dev libxext-dev
-libfreetype-dev libfontconfig-dev
+libfreetype-dev libfontconfig-dev fonts-dejavu-core
 libavcodec-dev libavformat-dev libavutil-dev libswscale-dev
 liblua5.4-dev
 libmypaint-dev libpixman-1-dev

@@ -6,6 +6,7 @@
 namespace nemu {
 
 int (*AskYesNoHook)(const char* text, const char* yes, const char* no) = nullptr;
+ProgressHooks ProgressBox = {nullptr, nullptr, nullptr};
 
 void Alert(const char* text) {
     PlatformMessageBox(text, MsgGet(nullptr, 1005));
@@ -22,8 +23,16 @@ int AskYesNo(const char* text, const char* yes, const char* no) {
     return PlatformAsk(text, yes, no);
 }
 
-void ProgressOpen(const char*) {}
-void ProgressStep(int64_t, int64_t) {}
-void ProgressClose() {}
+void ProgressOpen(const char* text) {
+    if (ProgressBox.Open) ProgressBox.Open(text);
+}
+
+void ProgressStep(int64_t position, int64_t total) {
+    if (ProgressBox.Step) ProgressBox.Step(position, total);
+}
+
+void ProgressClose() {
+    if (ProgressBox.Close) ProgressBox.Close();
+}
 
 } // namespace nemu

@@ -40,6 +40,14 @@ void ProgressPause();  // nests: while paused the three calls above do nothing
 void ProgressResume();
 void ProgressNote(const char* text); // a box without bar or Cancel; ProgressClose ends it
 extern GuiWindow* ProgressWindow;    // the box standing, or null
+// Observers called after the box's own work at each call (tests stop an operation at a
+// chosen step through Step); null members are skipped.
+struct ProgressHooks {
+    void (*Open)(const char* text);
+    void (*Step)(int64_t position, int64_t total);
+    void (*Close)();
+};
+extern ProgressHooks ProgressBox;
 
 // ---- Busy note ------------------------------------------------------------------------------
 // A small window that stands during a long action and goes at the first dialog. Null
