@@ -148,7 +148,7 @@ const PlatformOps Table = {
     "headless", Open, Close, Peek, Wait, Post, Qualifiers, TabletPresent, TabletPackets, Blit, Flush,
     ScreenSize, ClientSize, ClientOrigin, SetPointerShape, WarpPointer, SetTitle, Iconify, SetFullScreen,
     Raise, Lower, Beep, ClipboardSetText, ClipboardGetText, ClipboardSetImage, ClipboardGetImage, nullptr,
-    ReadPixel,
+    ReadPixel, nullptr,
 };
 
 } // namespace

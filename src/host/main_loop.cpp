@@ -150,6 +150,7 @@ static int IdleWait() {
     double waitStart = PlatformSeconds();
     int score = 0;
     while (!QuitFlag && !WaitForInput(3)) {
+        WindowIdle(); // help bubbles, the caret's blink, the panels' idle ticks
         double waited = PlatformSeconds() - waitStart;
         if (waited >= 0.45) {
             score = Drain(1);

@@ -71,8 +71,11 @@ static void DispatchKey(InputMsg* msg) {
         if (text[0] == ' ') EndDisplayHold();
         return;
     }
-    // Active gadgets and the key map take keys here once the toolkit and the command
-    // table exist.
+    // The active field, or the window under the pointer, takes keys first; the key map
+    // takes the rest once the command table exists.
+    char text[32] = {};
+    int n = InputCharacters(msg, text, sizeof text - 1, 0);
+    WindowKey(text, n, msg->Code, msg->Qualifiers);
 }
 
 void DispatchInput(InputMsg* msg) {
@@ -80,7 +83,8 @@ void DispatchInput(InputMsg* msg) {
     switch (msg->Type) {
     case IM_POINTER:
     case IM_BUTTON:
-        UpdatePointerState(msg, 1);
+        // The third button hides every panel, or shows them again.
+        if (UpdatePointerState(msg, 1) == -3 && !InputLocked) WindowToggleAll();
         break;
     case IM_KEY:
         DispatchKey(msg);
@@ -179,13 +183,24 @@ static void StrokeCommit() {
 
 void DispatchTool() {
     if (LeftPressed || RightPressed) {
-        GuiWindow* window = WindowAt(WindowPointerX, WindowPointerY);
-        // A press on a window belongs to its gadgets and edges (the toolkit's); a press
-        // anywhere else goes to the page.
-        if (window) return;
+        // A press on a window belongs to its gadgets and edges; the press runs there until
+        // the release. A press anywhere else goes to the page.
+        if (WindowPressAt(WindowPointerX, WindowPointerY, LeftPressed ? 1 : 2)) {
+            LeftPressed = RightPressed = 0;
+            ButtonEdge = 0;
+            return;
+        }
         CurrentWindow = nullptr;
     }
-    if (!LeftHeld && !RightHeld) SetPointerShape(WindowAt(WindowPointerX, WindowPointerY) ? 0 : 1);
+    if (!LeftHeld && !RightHeld) {
+        GuiWindow* over = WindowAt(WindowPointerX, WindowPointerY);
+        int shape = 1;
+        if (over) {
+            int x = WindowPointerX - over->Left, y = WindowPointerY - over->Top;
+            shape = over->PointerAt ? int(over->PointerAt(over, x, y)) : int(over->DefaultPointer);
+        }
+        SetPointerShape(shape);
+    }
     if (CurrentWindow && (LeftHeld || RightHeld)) return;
     StrokeCommit();
     if (!PointerHook || PointerHook() == 42) RunToolMode();

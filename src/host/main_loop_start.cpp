@@ -23,7 +23,11 @@
 #include "store/undo.h"
 #include "ui/catalog.h"
 #include "ui/requests.h"
+#include "ui/font.h"
+#include "ui/gadget.h"
 #include "ui/settings.h"
+#include "ui/ui_scale.h"
+#include "ui/window.h"
 
 #include <cerrno>
 #include <climits>
@@ -222,6 +226,18 @@ void ReadMainSettings() {
     if (*temp) TempDir = WithSlash(temp);
 }
 
+// The interface toolkit: colours, scale, font and the settings of the windows. The font
+// comes last, as its size follows the scale.
+static void OpenToolkit() {
+    LoadSysColors();
+    ChooseUiScale(PlatformDpi());
+    FontOpen();
+    LoadHelpMode();
+    WindowMagnet = ConfigGetOn("Main", "Magnet", true) ? 1 : 0;
+    DragLimit = ConfigGetInt("System", "CustomBrush", 200000);
+    GaugeOn = StartupGetInt("GAUGE", 1) ? 1 : 0;
+}
+
 static int FailStart(uint32_t message) {
     AlertMsg(message);
     Cleanup();
@@ -306,6 +322,7 @@ int AppStart() {
         return 1;
     }
     RemoteOpen(); // without it the program works on; it has said why on stderr
+    OpenToolkit();
 
     APen = 0xFFFF0000;
     ColourChanged();
@@ -361,6 +378,9 @@ void Cleanup() {
     // order, as they come: each is safe to free when it was never made.
     if (Screen) CancelTool(ToolMode);
     CloseInputQueues();
+    CloseHelpBubble();
+    WindowDeleteAll();
+    FontClose();
     if (WaitTimer) {
         PlatformKillTimer(WaitTimer);
         WaitTimer = 0;

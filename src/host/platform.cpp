@@ -298,6 +298,7 @@ void PlatformLower() {
 void PlatformBeep() {
     if (Ops) Ops->Beep();
 }
+int PlatformDpi() { return Ops && Ops->Dpi ? Ops->Dpi() : 0; }
 uint32_t PlatformDoubleClickTime() { return Ops && Ops->DoubleClickTime ? Ops->DoubleClickTime() : 500; }
 
 int PlatformClipboardSetText(const char* text) { return Ops ? Ops->ClipboardSetText(text) : 0; }

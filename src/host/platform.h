@@ -191,6 +191,7 @@ void PlatformRaise();
 void PlatformLower();
 void PlatformBeep();
 uint32_t PlatformDoubleClickTime(); // milliseconds
+int PlatformDpi();                  // the desktop's stated resolution, 0 when unknown
 
 // ---- Clipboard ----------------------------------------------------------------------
 int PlatformClipboardSetText(const char* text);

@@ -37,6 +37,7 @@ struct PlatformOps {
     // What the window shows at a point, where the back end keeps a copy of what it drew;
     // null, or false, where it does not.
     bool (*ReadPixel)(int x, int y, uint32_t* colour);
+    int (*Dpi)(); // the display's resolution as the desktop states it; 0 when unknown
 };
 
 const PlatformOps* HeadlessOps();

@@ -97,19 +97,17 @@ void Blit32(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, int dx, 
 // A rectangle is cut around every open window on top of it, so that nothing is drawn under
 // a panel (which would flicker) and the pieces left over are shown one by one.
 
-using EmitFn = void (*)(int x, int y, int w, int h, void* user);
-
-static void ClipToWindows(int x, int y, int w, int h, GuiWindow* window, EmitFn emit, void* user) {
+void ScreenClipWalk(int x, int y, int w, int h, GuiWindow* window, ScreenPieceFn emit, void* user) {
     for (; window; window = window->Next) {
         if (!window->Open) continue;
         int l = std::max(x, int(window->Left)), t = std::max(y, int(window->Top));
         int r = std::min(x + w, int(window->Right)), b = std::min(y + h, int(window->Bottom));
         if (l >= r || t >= b) continue;
         GuiWindow* next = window->Next;
-        if (t > y) ClipToWindows(x, y, w, t - y, next, emit, user);             // above
-        if (l > x) ClipToWindows(x, t, l - x, b - t, next, emit, user);         // left
-        if (r < x + w) ClipToWindows(r, t, x + w - r, b - t, next, emit, user); // right
-        if (b < y + h) ClipToWindows(x, b, w, y + h - b, next, emit, user);     // below
+        if (t > y) ScreenClipWalk(x, y, w, t - y, next, emit, user);             // above
+        if (l > x) ScreenClipWalk(x, t, l - x, b - t, next, emit, user);         // left
+        if (r < x + w) ScreenClipWalk(r, t, x + w - r, b - t, next, emit, user); // right
+        if (b < y + h) ScreenClipWalk(x, b, w, y + h - b, next, emit, user);     // below
         return;
     }
     emit(x, y, w, h, user);
@@ -151,7 +149,7 @@ void ShowPageRect(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, in
     h = std::min(h, PageHeight - py);
     if (w < 1 || h < 1) return;
     PageShow show{bitmap, sx - (px + PageX), sy - (py + PageY)};
-    ClipToWindows(px + PageX, py + PageY, w, h, WindowListHead, ComposeToScreen, &show);
+    ScreenClipWalk(px + PageX, py + PageY, w, h, WindowListHead, ComposeToScreen, &show);
     PlatformFlush();
 }
 
@@ -245,7 +243,7 @@ void RepaintSurround(int x, int y, int w, int h) {
     if (!Page || PageNotReady) pl = pr = pt = pb = 0; // no page shown yet: all is surround
     int r = x + w, b = y + h;
     auto band = [](int bx, int by, int bw, int bh) {
-        if (bw > 0 && bh > 0) ClipToWindows(bx, by, bw, bh, WindowListHead, SurroundToScreen, nullptr);
+        if (bw > 0 && bh > 0) ScreenClipWalk(bx, by, bw, bh, WindowListHead, SurroundToScreen, nullptr);
     };
     int midTop = std::max(y, pt), midBottom = std::min(b, pb);
     if (midTop >= midBottom) { // the rectangle misses the page's rows

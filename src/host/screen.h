@@ -7,6 +7,7 @@
 namespace nemu {
 
 struct Bitmap;
+struct GuiWindow;
 
 struct ScreenRecord {
     int32_t Width, Height;             // client size
@@ -60,6 +61,13 @@ void ScreenClose();
 int ScreenAllocBuffers(); // the scratch bitmaps, for the larger of screen and page
 void ScreenResize(int width, int height);
 void ScreenPaint(int x, int y, int w, int h); // an exposed rectangle, screen coordinates
+
+// ---- The walk around the windows ----------------------------------------------------------
+// Cuts the screen rectangle around every open window from `from` to the top of the stack,
+// and hands each piece left uncovered to emit. Page output and the windows' own refresh
+// share this one walk.
+using ScreenPieceFn = void (*)(int x, int y, int w, int h, void* user);
+void ScreenClipWalk(int x, int y, int w, int h, GuiWindow* from, ScreenPieceFn emit, void* user);
 
 // ---- Output ----------------------------------------------------------------------------------
 void ShowPageRect(const Bitmap* bitmap, int sx, int sy, ScreenRecord* screen, int px, int py, int w, int h);

@@ -344,6 +344,7 @@ static const PlatformOps Table = {
     X11ClipboardGetImage,
     X11DoubleClickTime,
     X11ReadPixel,
+    X11Dpi,
 };
 
 const PlatformOps* X11Ops() {

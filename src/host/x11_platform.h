@@ -123,6 +123,7 @@ void X11Raise();
 void X11Lower();
 void X11Beep();
 uint32_t X11DoubleClickTime();
+int X11Dpi();
 // Whether a window manager that knows the EWMH hints runs now.
 bool X11HasWindowManager();
 // Re-reads the window manager's state of the window after it changed.

@@ -174,4 +174,13 @@ uint32_t X11DoubleClickTime() {
     return end != v && ms >= 100 && ms <= 5000 ? uint32_t(ms) : 500;
 }
 
+// The desktop's font resolution (Xft.dpi), which high-density screens set; 0 when unset.
+int X11Dpi() {
+    if (!X11.Dpy) return 0;
+    const char* v = XGetDefault(X11.Dpy, "Xft", "dpi");
+    if (!v) return 0;
+    double dpi = std::strtod(v, nullptr);
+    return dpi >= 30 && dpi <= 1000 ? int(dpi + 0.5) : 0;
+}
+
 } // namespace nemu

@@ -12,5 +12,6 @@ extern const ScriptCommand LayerCommands[];
 extern const ScriptCommand ToolCommands[];
 extern const ScriptCommand UndoCommands[];
 extern const ScriptCommand FileCommands[];
+extern const ScriptCommand RequestCommands[];
 
 } // namespace nemu

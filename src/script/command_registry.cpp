@@ -13,6 +13,7 @@ const ScriptCommand* const CommandFamilies[] = {
     ToolCommands,
     UndoCommands,
     FileCommands,
+    RequestCommands,
     nullptr,
 };
 // clang-format on

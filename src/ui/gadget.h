@@ -205,6 +205,9 @@ void WindowDrawRows(GuiWindow* window);   // both lists; numbers written into bu
 void WindowDrawText(GuiWindow* window, int32_t x, int32_t y, const char* text, uint32_t colour);
 
 // ---- Pressing --------------------------------------------------------------------------------------------
+// The row whose press feedback stands (drawn in the other state), and its window.
+extern Gadget* FeedbackGadget;
+extern GuiWindow* FeedbackWindow;
 // A press of code 1 (left) or 2 (right) on the row; the handler's result, or 0.
 int32_t GadgetPress(GuiWindow* window, Gadget* gadget, int32_t code);
 // Opens the row's help bubble beside it; it stands until CloseHelpBubble.
@@ -212,17 +215,24 @@ void HelpBubble(GuiWindow* window, Gadget* gadget);
 void CloseHelpBubble();
 extern GuiWindow* HelpBubbleWindow; // the standing bubble, or null
 extern int32_t HelpMode;            // key Bulle of section System: 0 off, 1 short, 2 with the key
+void LoadHelpMode();
 
 // ---- String and number fields ------------------------------------------------------------------------------
 extern Gadget* ActiveGadget;          // the field that has the keyboard
 extern GuiWindow* ActiveGadgetWindow; // its window
 void StringActivate(Gadget* gadget, GuiWindow* window, int32_t pixelX);
 void StringCommit(Gadget* gadget, GuiWindow* window, int32_t code); // ends editing, calls the handler
+int32_t StringCommitResult(Gadget* gadget, GuiWindow* window, int32_t code); // the same; the handler's result
 // Feeds one key event; 1 for Return, 2 for Tab, else 0.
 int StringKey(const char* text, int32_t length, Gadget* gadget, GuiWindow* window, int32_t keycode,
               uint32_t qualifiers);
 void StringClick(Gadget* gadget, GuiWindow* window);
 void StringDeactivate(); // commits the active field with code 0, if any
+// The right button's menu of a field: undo, cut, copy, paste, delete, select all.
+int32_t StringMenu(GuiWindow* window, Gadget* gadget);
+// Moves the keyboard to the next (direction 1) or previous (-1) editable field of the
+// window after from; 1 when one was found.
+int StringAdvance(GuiWindow* window, Gadget* from, int direction);
 void SetStringInt(GuiWindow* window, Gadget* gadget);
 void SetStringFloat(GuiWindow* window, Gadget* gadget);
 void ButtonBumpInt(GuiWindow* window, Gadget* arrow, Gadget* field, int direction); // +1 up, -1 down
@@ -246,6 +256,9 @@ Gadget* SystemRows(uint32_t mask);
 
 // ---- Scroller and slider ---------------------------------------------------------------------------------------
 // Knob length and position along a bar of the given length.
+// Presses on a scroller row (page or drag the knob) and on a tab bar.
+int32_t ScrollerPress(GuiWindow* window, Gadget* gadget, int32_t code);
+int32_t TabsPress(GuiWindow* window, Gadget* gadget);
 void ScrollerKnob(int32_t bar, int32_t total, int32_t visible, int32_t position, int32_t* knob, int32_t* pos);
 
 } // namespace nemu

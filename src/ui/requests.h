@@ -11,6 +11,11 @@ namespace nemu {
 
 struct GuiWindow;
 
+// Whether the dialogs are the toolkit's windows: on a real display always, on the headless
+// screen only when a test sets HeadlessDialogs. Otherwise the boxes of last resort answer.
+extern int32_t HeadlessDialogs;
+bool DialogsShown();
+
 // Shows text (lines split at newline) with an OK button; Return and Escape close it too.
 void Alert(const char* text);
 // Alert with a message of the catalog.
@@ -40,6 +45,7 @@ void ProgressPause();  // nests: while paused the three calls above do nothing
 void ProgressResume();
 void ProgressNote(const char* text); // a box without bar or Cancel; ProgressClose ends it
 extern GuiWindow* ProgressWindow;    // the box standing, or null
+extern int32_t GaugeOn;              // setting GAUGE: progress boxes are shown
 // Observers called after the box's own work at each call (tests stop an operation at a
 // chosen step through Step); null members are skipped.
 struct ProgressHooks {

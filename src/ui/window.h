@@ -153,6 +153,8 @@ void RepaintScreenRect(int32_t x, int32_t y, int32_t w, int32_t h);
 // WaitEvent's codes are in host/input.h. WaitMouse maps them for button-only loops:
 // 1 left down, 2 left up, 3 right down, 4 right up, else 0.
 int WaitMouse(int wait);
+// Sleeps ticks of 20 ms (not on the headless screen, whose time is the queue's).
+void GuiSleepTicks(int ticks);
 // Runs a modal loop over window; the non-zero value that ended it, or 0 if it vanished.
 int32_t ModalLoop(GuiWindow* window);
 // The main loop's press over an open window (screen point, code 1 or 2); 1 when a window
@@ -178,6 +180,12 @@ int32_t WindowEdgePress(GuiWindow* window, int32_t x, int32_t y);
 int WindowEdgeMask(const GuiWindow* window, int32_t x, int32_t y); // EDGE_ bits at a surface point
 uint32_t WindowPointerAt(GuiWindow* window, int32_t x, int32_t y);
 void WindowResizeDrag(GuiWindow* window, int mask);
+// Gives the window a surface of w by h pixels (within its limits), lays its rows out again
+// and redraws it; 0 when out of memory (the window stays as it was).
+int WindowResize(GuiWindow* window, int32_t w, int32_t h);
+// The outline a large window drags as, drawn on the screen and taken off again.
+void DrawDragFrame(int32_t x, int32_t y, int32_t w, int32_t h);
+void EraseDragFrame(int32_t x, int32_t y, int32_t w, int32_t h);
 
 // ---- Places in the settings -----------------------------------------------------------------------
 // Moves the window to WIN_X, WIN_Y of section, pulled back onto the screen; 1 when the
