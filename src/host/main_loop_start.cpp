@@ -25,6 +25,7 @@
 #include "ui/requests.h"
 #include "ui/font.h"
 #include "ui/gadget.h"
+#include "ui/panels.h"
 #include "ui/settings.h"
 #include "ui/ui_scale.h"
 #include "ui/window.h"
@@ -335,6 +336,7 @@ int AppStart() {
     LoadPensSettings();
     LoadPressureSettings();
     LoadToolSettings();
+    LoadPanels(); // after the pens, whose values the panels show
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
@@ -348,6 +350,7 @@ void AppFinish() {
         SavePensSettings();
         SavePressureSettings();
         SaveToolSettings();
+        SavePanels();
         ConfigSetInt("Main", "WIN_X", MainPanelX);
         ConfigSetInt("Main", "WIN_Y", MainPanelY);
         SaveFormatSettings();
