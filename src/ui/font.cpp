@@ -34,10 +34,10 @@ constexpr uint32_t MsgFontMissing = 1120;
 // ---- The glyph cache -------------------------------------------------------------------------
 
 struct Glyph {
-    int16_t Left, Top;   // bitmap corner from the pen, pixels; Top above the baseline
+    int16_t Left, Top; // bitmap corner from the pen, pixels; Top above the baseline
     int16_t Width, Height;
-    int16_t Advance;     // pixels
-    uint8_t* Alpha;      // Width * Height coverage, null for blank glyphs
+    int16_t Advance; // pixels
+    uint8_t* Alpha;  // Width * Height coverage, null for blank glyphs
     bool Ready;
 };
 
@@ -198,9 +198,15 @@ void FontClose() {
     BuiltIn = true;
 }
 
-bool FontIsBuiltIn() { return BuiltIn; }
-int32_t FontLineHeight() { return LineHeight; }
-int32_t FontBaseline() { return Baseline; }
+bool FontIsBuiltIn() {
+    return BuiltIn;
+}
+int32_t FontLineHeight() {
+    return LineHeight;
+}
+int32_t FontBaseline() {
+    return Baseline;
+}
 
 // ---- Measuring -----------------------------------------------------------------------------------
 
@@ -281,7 +287,8 @@ int32_t DrawText(Bitmap* bitmap, int32_t x, int32_t y, const char* text, int32_t
                 const uint8_t* a = g.Alpha + size_t(r) * g.Width;
                 for (int k = x0; k <= x1; k++) {
                     if (a[k] == 0) continue;
-                    d[k] = a[k] == 255 ? (colour & 0xFFFFFFu) | (d[k] & 0xFF000000u) : BlendCoverage(d[k], colour, a[k]);
+                    d[k] = a[k] == 255 ? (colour & 0xFFFFFFu) | (d[k] & 0xFF000000u)
+                                       : BlendCoverage(d[k], colour, a[k]);
                 }
             }
         }

@@ -99,7 +99,8 @@ void WindowSnap(GuiWindow* window, int32_t* x, int32_t* y) {
     *y = sy.Result;
 }
 
-// ---- The drag bar -------------------------------------------------------------------------------------------
+// ---- The drag bar
+// -------------------------------------------------------------------------------------------
 
 static void PointerInScreen(int* x, int* y) {
     int w = Screen ? Screen->Width : 0, h = Screen ? Screen->Height : 0;
@@ -152,7 +153,8 @@ int WindowDrag(GuiWindow* window) {
     return steps > 0;
 }
 
-// ---- Edges and resizing -------------------------------------------------------------------------------------
+// ---- Edges and resizing
+// -------------------------------------------------------------------------------------
 
 int WindowEdgeMask(const GuiWindow* window, int32_t x, int32_t y) {
     if (!window || !(window->Flags & WINDOW_RESIZABLE)) return 0;
@@ -168,10 +170,14 @@ uint32_t WindowPointerAt(GuiWindow* window, int32_t x, int32_t y) {
     static const struct {
         int Mask;
         uint32_t Shape;
-    } Shapes[] = {{EDGE_LEFT | EDGE_TOP, POINTER_SIZE_NWSE},   {EDGE_RIGHT | EDGE_BOTTOM, POINTER_SIZE_NWSE},
-                  {EDGE_RIGHT | EDGE_TOP, POINTER_SIZE_NESW},  {EDGE_LEFT | EDGE_BOTTOM, POINTER_SIZE_NESW},
-                  {EDGE_LEFT, POINTER_SIZE_WE},   {EDGE_RIGHT, POINTER_SIZE_WE},
-                  {EDGE_TOP, POINTER_SIZE_NS},    {EDGE_BOTTOM, POINTER_SIZE_NS}};
+    } Shapes[] = {{EDGE_LEFT | EDGE_TOP, POINTER_SIZE_NWSE},
+                  {EDGE_RIGHT | EDGE_BOTTOM, POINTER_SIZE_NWSE},
+                  {EDGE_RIGHT | EDGE_TOP, POINTER_SIZE_NESW},
+                  {EDGE_LEFT | EDGE_BOTTOM, POINTER_SIZE_NESW},
+                  {EDGE_LEFT, POINTER_SIZE_WE},
+                  {EDGE_RIGHT, POINTER_SIZE_WE},
+                  {EDGE_TOP, POINTER_SIZE_NS},
+                  {EDGE_BOTTOM, POINTER_SIZE_NS}};
     int mask = WindowEdgeMask(window, x, y);
     for (const auto& s : Shapes)
         if (s.Mask == mask) return s.Shape;
