@@ -129,20 +129,25 @@ static const Glyph& GlyphFor(uint32_t cp) {
 
 // ---- Opening and closing ----------------------------------------------------------------------
 
+// The font file fontconfig picks for the family. A configuration of its own, freed here,
+// so that nothing of fontconfig stays behind between openings.
 static std::string FindFontFile(const char* family) {
     std::string found;
-    if (!FcInit()) return found;
+    FcConfig* config = FcInitLoadConfigAndFonts();
+    if (!config) return found;
     FcPattern* pattern = FcNameParse(reinterpret_cast<const FcChar8*>(family));
-    if (!pattern) return found;
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
-    FcResult result;
-    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
-    FcChar8* file = nullptr;
-    if (match && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch && file)
-        found = reinterpret_cast<const char*>(file);
-    if (match) FcPatternDestroy(match);
-    FcPatternDestroy(pattern);
+    if (pattern) {
+        FcConfigSubstitute(config, pattern, FcMatchPattern);
+        FcDefaultSubstitute(pattern);
+        FcResult result;
+        FcPattern* match = FcFontMatch(config, pattern, &result);
+        FcChar8* file = nullptr;
+        if (match && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch && file)
+            found = reinterpret_cast<const char*>(file);
+        if (match) FcPatternDestroy(match);
+        FcPatternDestroy(pattern);
+    }
+    FcConfigDestroy(config);
     return found;
 }
 

@@ -117,6 +117,7 @@ int WindowDrag(GuiWindow* window) {
     int W = int(window->Width), H = int(window->Height);
     bool opaque = int64_t(W) * H <= DragLimit;
     int x = window->Left, y = window->Top, steps = 0;
+    const int startLeft = x, startTop = y;
     bool outline = false;
     for (;;) {
         int code = WaitEvent(1);
@@ -127,29 +128,34 @@ int WindowDrag(GuiWindow* window) {
             if (WindowToBrushHook) WindowToBrushHook(window->Surface);
             return 0;
         }
-        if (code == -1 || !LeftHeld || QuitFlag) break;
+        // The position the event left comes first: a release may arrive together with
+        // the last moves.
         PointerInScreen(&px, &py);
         int nx = px - offX, ny = py - offY;
         WindowSnap(window, &nx, &ny);
         if (window->OnMove) window->OnMove(window, &nx, &ny);
         if (!WindowInList(window)) return 0;
-        if (nx == x && ny == y) continue;
-        if (opaque) {
-            WindowMove(window, nx, ny);
-            x = window->Left, y = window->Top;
-        } else {
-            if (outline) EraseDragFrame(x, y, W, H);
-            x = nx, y = ny;
-            DrawDragFrame(x, y, W, H);
-            outline = true;
+        if (nx != x || ny != y) {
+            if (opaque) {
+                WindowMove(window, nx, ny);
+                x = window->Left, y = window->Top;
+            } else {
+                if (outline) EraseDragFrame(x, y, W, H);
+                x = nx, y = ny;
+                DrawDragFrame(x, y, W, H);
+                outline = true;
+            }
+            steps++;
         }
-        steps++;
+        if (code == -1 || !LeftHeld || QuitFlag) break;
     }
     if (outline) {
         EraseDragFrame(x, y, W, H);
         WindowMove(window, x, y);
     }
-    if (steps < ClickSteps) WindowToFront(window, 0);
+    // A click raises the window: few steps that took it hardly anywhere.
+    int moved = std::abs(x - startLeft) + std::abs(y - startTop);
+    if (steps < ClickSteps && moved < ClickSteps) WindowToFront(window, 0);
     return steps > 0;
 }
 
