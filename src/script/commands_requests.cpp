@@ -84,12 +84,8 @@ static void ReqNum(CommandRequest* request, const char* args) {
 }
 
 const ScriptCommand RequestCommands[] = {
-    {"om_warn", Warn},
-    {"om_request", Request},
-    {"om_listrequest", ListRequest},
-    {"om_reqstring", ReqString},
-    {"om_reqnum", ReqNum},
-    {nullptr, nullptr},
+    {"om_warn", Warn},           {"om_request", Request}, {"om_listrequest", ListRequest},
+    {"om_reqstring", ReqString}, {"om_reqnum", ReqNum},   {nullptr, nullptr},
 };
 
 } // namespace nemu

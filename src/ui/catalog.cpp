@@ -38,7 +38,9 @@ template <typename T> static T* NewLevel() {
     return level;
 }
 
-static void Warn(const char* text) { PlatformMessageBox(text, "Nemu"); }
+static void Warn(const char* text) {
+    PlatformMessageBox(text, "Nemu");
+}
 
 static void Link(MsgCatalog* c) {
     c->Next = CatalogList;
@@ -111,10 +113,18 @@ static void ParseLine(MsgCatalog* c, std::string line, FILE* f, char* buf, size_
             }
             char e = line[p];
             switch (e) {
-            case 'n': text += '\n'; break;
-            case 't': text += '\t'; break;
-            case '0': text += '\0'; break;
-            default: text += e; break; // \" \' \\ and anything else stand for themselves
+            case 'n':
+                text += '\n';
+                break;
+            case 't':
+                text += '\t';
+                break;
+            case '0':
+                text += '\0';
+                break;
+            default:
+                text += e;
+                break; // \" \' \\ and anything else stand for themselves
             }
             p++;
             continue;
@@ -126,8 +136,10 @@ static void ParseLine(MsgCatalog* c, std::string line, FILE* f, char* buf, size_
         std::string warning = "Warning: Bad line " + std::to_string(int(id));
         Warn(warning.c_str());
     }
-    if (text.empty()) CatalogSet(c, id, "", 0);
-    else CatalogSet(c, id, text.data(), uint32_t(text.size()));
+    if (text.empty())
+        CatalogSet(c, id, "", 0);
+    else
+        CatalogSet(c, id, text.data(), uint32_t(text.size()));
 }
 
 static bool Exists(const std::string& path) {
@@ -178,8 +190,10 @@ int CatalogLoadGlobal() {
 
 void CatalogFree(MsgCatalog* catalog) {
     if (!catalog) return;
-    if (catalog->Prev) catalog->Prev->Next = catalog->Next;
-    else if (CatalogList == catalog) CatalogList = catalog->Next;
+    if (catalog->Prev)
+        catalog->Prev->Next = catalog->Next;
+    else if (CatalogList == catalog)
+        CatalogList = catalog->Next;
     if (catalog->Next) catalog->Next->Prev = catalog->Prev;
     for (auto* l1 : catalog->Root) {
         if (!l1) continue;

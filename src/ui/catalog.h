@@ -8,7 +8,7 @@ namespace nemu {
 struct MsgCatalog {
     MsgCatalog* Next = nullptr; // all catalogs hang in CatalogList
     MsgCatalog* Prev = nullptr;
-    char**** Root[256] = {};     // levels made on first write, zero-filled
+    char**** Root[256] = {}; // levels made on first write, zero-filled
 };
 
 extern MsgCatalog* GlobalCatalog;

@@ -34,10 +34,10 @@ constexpr uint32_t MsgFontMissing = 1120;
 // ---- The glyph cache -------------------------------------------------------------------------
 
 struct Glyph {
-    int16_t Left, Top;   // bitmap corner from the pen, pixels; Top above the baseline
+    int16_t Left, Top; // bitmap corner from the pen, pixels; Top above the baseline
     int16_t Width, Height;
-    int16_t Advance;     // pixels
-    uint8_t* Alpha;      // Width * Height coverage, null for blank glyphs
+    int16_t Advance; // pixels
+    uint8_t* Alpha;  // Width * Height coverage, null for blank glyphs
     bool Ready;
 };
 
@@ -129,20 +129,25 @@ static const Glyph& GlyphFor(uint32_t cp) {
 
 // ---- Opening and closing ----------------------------------------------------------------------
 
+// The font file fontconfig picks for the family. A configuration of its own, freed here,
+// so that nothing of fontconfig stays behind between openings.
 static std::string FindFontFile(const char* family) {
     std::string found;
-    if (!FcInit()) return found;
+    FcConfig* config = FcInitLoadConfigAndFonts();
+    if (!config) return found;
     FcPattern* pattern = FcNameParse(reinterpret_cast<const FcChar8*>(family));
-    if (!pattern) return found;
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
-    FcResult result;
-    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
-    FcChar8* file = nullptr;
-    if (match && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch && file)
-        found = reinterpret_cast<const char*>(file);
-    if (match) FcPatternDestroy(match);
-    FcPatternDestroy(pattern);
+    if (pattern) {
+        FcConfigSubstitute(config, pattern, FcMatchPattern);
+        FcDefaultSubstitute(pattern);
+        FcResult result;
+        FcPattern* match = FcFontMatch(config, pattern, &result);
+        FcChar8* file = nullptr;
+        if (match && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch && file)
+            found = reinterpret_cast<const char*>(file);
+        if (match) FcPatternDestroy(match);
+        FcPatternDestroy(pattern);
+    }
+    FcConfigDestroy(config);
     return found;
 }
 
@@ -198,9 +203,15 @@ void FontClose() {
     BuiltIn = true;
 }
 
-bool FontIsBuiltIn() { return BuiltIn; }
-int32_t FontLineHeight() { return LineHeight; }
-int32_t FontBaseline() { return Baseline; }
+bool FontIsBuiltIn() {
+    return BuiltIn;
+}
+int32_t FontLineHeight() {
+    return LineHeight;
+}
+int32_t FontBaseline() {
+    return Baseline;
+}
 
 // ---- Measuring -----------------------------------------------------------------------------------
 
@@ -281,7 +292,8 @@ int32_t DrawText(Bitmap* bitmap, int32_t x, int32_t y, const char* text, int32_t
                 const uint8_t* a = g.Alpha + size_t(r) * g.Width;
                 for (int k = x0; k <= x1; k++) {
                     if (a[k] == 0) continue;
-                    d[k] = a[k] == 255 ? (colour & 0xFFFFFFu) | (d[k] & 0xFF000000u) : BlendCoverage(d[k], colour, a[k]);
+                    d[k] = a[k] == 255 ? (colour & 0xFFFFFFu) | (d[k] & 0xFF000000u)
+                                       : BlendCoverage(d[k], colour, a[k]);
                 }
             }
         }

@@ -10,7 +10,7 @@ namespace nemu {
 
 struct Bitmap;
 
-constexpr int32_t FontLineUnits = 13;   // a text line, in layout units
+constexpr int32_t FontLineUnits = 13;     // a text line, in layout units
 constexpr int32_t FontBaselineUnits = 10; // baseline below the top of the line
 
 // Opens the font for the current interface scale; 1 with a real font, 0 with the built-in

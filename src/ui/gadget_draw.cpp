@@ -19,7 +19,8 @@ namespace nemu {
 
 Gadget* FeedbackGadget = nullptr;
 GuiWindow* FeedbackWindow = nullptr;
-void (*GadgetDrawnHook)(const GuiWindow*, const Gadget*, const char*, int32_t, int32_t, int32_t, int32_t) = nullptr;
+void (*GadgetDrawnHook)(const GuiWindow*, const Gadget*, const char*, int32_t, int32_t, int32_t,
+                        int32_t) = nullptr;
 
 constexpr uint32_t PlainFill = 0xFFC0C0C0;
 constexpr uint32_t FrameLight = 0xFFD0D0D0, FrameDark = 0xFF505050;
@@ -31,7 +32,9 @@ constexpr int TabPadding = 10;
 
 // ---- Fill and bevel -----------------------------------------------------------------------------
 
-static uint32_t Pair(bool selected, uint32_t normal, uint32_t chosen) { return selected ? chosen : normal; }
+static uint32_t Pair(bool selected, uint32_t normal, uint32_t chosen) {
+    return selected ? chosen : normal;
+}
 
 static uint32_t FillOf(const Gadget* g, bool sel) {
     uint32_t f = g->Flags;
@@ -83,7 +86,8 @@ static void DrawBody(Bitmap* s, const Gadget* g, uint32_t fill) {
     if ((f & (GF_INERT | GF_FRAME)) == (GF_INERT | GF_FRAME)) {
         bool sunken = f & GF_SUNKEN;
         UiBevel(s, l, t, r, b, sunken ? FrameDark : FrameLight, sunken ? FrameLight : FrameDark);
-        UiBevel(s, l + 1, t + 1, r - 1, b - 1, sunken ? FrameLight : FrameDark, sunken ? FrameDark : FrameLight);
+        UiBevel(s, l + 1, t + 1, r - 1, b - 1, sunken ? FrameLight : FrameDark,
+                sunken ? FrameDark : FrameLight);
         return;
     }
     uint32_t light = LightColour(BACKGROUNDCOLOR), dark = DarkColour(BACKGROUNDCOLOR);
@@ -134,7 +138,8 @@ static bool LabelOutside(const Gadget* g) {
 }
 
 // The label's line: top-left pixel and the clip rectangle it may use.
-static void LabelPlace(const GuiWindow* window, const Gadget* g, const char* text, int* px, int* py, int clip[4]) {
+static void LabelPlace(const GuiWindow* window, const Gadget* g, const char* text, int* px, int* py,
+                       int clip[4]) {
     uint32_t lf = g->LabelFlags;
     int lw = TextWidth(text);
     int gx, gy, gw, gh;
@@ -174,12 +179,24 @@ static void LabelPlace(const GuiWindow* window, const Gadget* g, const char* tex
     }
 }
 
-static const char* LabelText(const Gadget* g) {
-    if ((g->Flags & GF_CYCLE) && g->Tabs && g->Tabs->Labels && g->Tabs->Count > 0) {
-        int c = std::clamp(g->Tabs->Current, 0, g->Tabs->Count - 1);
-        return g->Tabs->Labels[c] ? g->Tabs->Labels[c] : "";
-    }
-    return g->Label;
+// The current choice of a cycle row, or null.
+static const char* CycleText(const Gadget* g) {
+    if (!(g->Flags & GF_CYCLE) || !g->Tabs || !g->Tabs->Labels || g->Tabs->Count < 1) return nullptr;
+    int c = std::clamp(g->Tabs->Current, 0, g->Tabs->Count - 1);
+    return g->Tabs->Labels[c] ? g->Tabs->Labels[c] : "";
+}
+
+static const char* LabelText(const Gadget* g) { return g->Label; }
+
+static void DrawCycleChoice(GuiWindow* window, const Gadget* g) {
+    const char* text = CycleText(g);
+    if (!text) return;
+    int gx, gy, gw, gh;
+    GadgetPixelRect(g, &gx, &gy, &gw, &gh);
+    int n = UiLine();
+    int right = gx + gw - 1 - UiPx(4 + 9 + 2); // the mark keeps its place
+    DrawText(window->Surface, gx + UiPx(LabelGap), gy + (gh - FontLineHeight() + 1) / 2, text, -1, INFOAREATEXTCOLOR,
+             gx + n, gy + n, right, gy + gh - 1 - n);
 }
 
 static void DrawLabel(GuiWindow* window, const Gadget* g, uint32_t fill) {
@@ -192,6 +209,12 @@ static void DrawLabel(GuiWindow* window, const Gadget* g, uint32_t fill) {
         DrawText(s, x + 1, y + 1, text, -1, LightColour(fill), clip[0], clip[1], clip[2], clip[3]);
         DrawText(s, x, y, text, -1, DarkColour(fill), clip[0], clip[1], clip[2], clip[3]);
         return;
+    }
+    if (LabelOutside(g)) {
+        // Drawn over the window's background: cleared first, or antialiased edges would
+        // darken with every redraw.
+        int x2 = std::min(x + TextWidth(text) - 1, clip[2]), y2 = std::min(y + FontLineHeight() - 1, clip[3]);
+        FillBox(s, std::max(x, clip[0]), std::max(y, clip[1]), x2, y2, BACKGROUNDCOLOR);
     }
     DrawText(s, x, y, text, -1, LabelColourOf(window, g), clip[0], clip[1], clip[2], clip[3]);
 }
@@ -241,10 +264,14 @@ static void DrawString(GuiWindow* window, Gadget* g, uint32_t fill) {
     int cl = gx + n, cr = gx + gw - 1 - n, ct = gy + n, cb = gy + gh - 1 - n;
     int room = gw - 2 * margin;
     bool active = Active(window, g);
-    if (active) ScrollToCaret(si, room);
-    else si->FirstVisible = 0;
+    if (active)
+        ScrollToCaret(si, room);
+    else
+        si->FirstVisible = 0;
     const char* shown = si->Buffer + std::min<size_t>(si->FirstVisible, std::strlen(si->Buffer));
-    uint32_t colour = (si->StrFlags & STR_READONLY) ? Black : si->TextColour ? si->TextColour : COLORPENTEXTBOXCOLOR;
+    uint32_t colour = (si->StrFlags & STR_READONLY) ? Black
+                      : si->TextColour              ? si->TextColour
+                                                    : COLORPENTEXTBOXCOLOR;
     int x = gx + margin, y = gy + (gh - FontLineHeight() + 1) / 2;
     int end = DrawText(s, x, y, shown, -1, colour, cl, ct, cr, cb);
     if (si->Suffix) DrawText(s, end + UiPx(2), y, si->Suffix, -1, colour, cl, ct, cr, cb);
@@ -263,11 +290,13 @@ static void DrawString(GuiWindow* window, Gadget* g, uint32_t fill) {
     if (std::fmod(phase, 2.0) == 0.0) {
         int cx = x + TextWidth(shown, std::max(0, si->Cursor - base));
         int ch = UiPx(CaretHeight), cy = gy + (gh - ch + 1) / 2;
-        if (cx >= cl && cx <= cr) FillBox(s, cx, std::max(cy, ct), cx + n - 1, std::min(cy + ch - 1, cb), Black);
+        if (cx >= cl && cx <= cr)
+            FillBox(s, cx, std::max(cy, ct), cx + n - 1, std::min(cy + ch - 1, cb), Black);
     }
 }
 
-// ---- Tabs and scrollers ------------------------------------------------------------------------------------
+// ---- Tabs and scrollers
+// ------------------------------------------------------------------------------------
 
 static void DrawTabs(GuiWindow* window, const Gadget* g) {
     const TabsInfo* tabs = g->Tabs;
@@ -287,7 +316,8 @@ static void DrawTabs(GuiWindow* window, const Gadget* g) {
     }
 }
 
-void ScrollerKnob(int32_t bar, int32_t total, int32_t visible, int32_t position, int32_t* knob, int32_t* pos) {
+void ScrollerKnob(int32_t bar, int32_t total, int32_t visible, int32_t position, int32_t* knob,
+                  int32_t* pos) {
     constexpr int32_t MinKnob = 10;
     int32_t k = total > 0 ? int32_t(int64_t(bar) * std::min(visible, total) / total) : bar;
     k = std::clamp(k, std::min(MinKnob, bar), bar);
@@ -314,7 +344,8 @@ static void DrawScroller(GuiWindow* window, const Gadget* g) {
     UiBevel(s, l, t, r, b, LightColour(DRAGBUTTONCOLOR), DarkColour(DRAGBUTTONCOLOR));
 }
 
-// ---- GadgetDraw ----------------------------------------------------------------------------------------------
+// ---- GadgetDraw
+// ----------------------------------------------------------------------------------------------
 
 void GadgetDraw(Gadget* g, GuiWindow* window) {
     if (!g || !window || !window->Surface || (g->Flags & GF_HIDDEN)) return;
@@ -343,18 +374,20 @@ void GadgetDraw(Gadget* g, GuiWindow* window) {
         int w = g->Right - g->Left + 1, h = g->Bottom - g->Top + 1;
         int x = g->Left + (w - int(image->Width)) / 2 + g->ImageDx;
         int y = g->Top + (h - int(image->Height)) / 2 + g->ImageDy;
-        uint32_t ink = g->Id == GADGET_CLOSE ? White : (g->Flags & GF_CHECKBOX) ? INFOAREATEXTCOLOR : DarkColour(DarkColour(fill));
+        uint32_t ink = g->Id == GADGET_CLOSE      ? White
+                       : (g->Flags & GF_CHECKBOX) ? INFOAREATEXTCOLOR
+                                                  : DarkColour(DarkColour(fill));
         if (g->Id == GADGET_SIZE) ink = DRAGBUTTONCOLOR;
         DrawIcon(s, image, x, y, ink);
     }
     const Bitmap* picture = selected && g->PictureOn ? g->PictureOn : g->Picture;
     if (picture) DrawPicture(s, g, picture);
     if (g->Flags & (GF_MARKED | GF_CYCLE))
-        DrawIcon(s, &IconMark, g->Right - 4 - int(IconMark.Width) + 1, g->Top + (g->Bottom - g->Top + 1 - 5) / 2,
-                 DarkColour(DarkColour(fill)));
+        DrawIcon(s, &IconMark, g->Right - 4 - int(IconMark.Width) + 1,
+                 g->Top + (g->Bottom - g->Top + 1 - 5) / 2, DarkColour(DarkColour(fill)));
     DrawCommandKey(window, g, fill);
-    if ((g->Flags & GF_STRING) && g->String)
-        DrawString(window, g, fill);
+    if ((g->Flags & GF_STRING) && g->String) DrawString(window, g, fill);
+    DrawCycleChoice(window, g);
     DrawLabel(window, g, fill);
     if (selected && !(g->Flags & GF_COLOURED_STATE) && !(g->Flags & GF_STRING)) {
         if ((g->Flags & GF_MARKED) && !(g->Flags & GF_FLAT)) {
@@ -364,10 +397,12 @@ void GadgetDraw(Gadget* g, GuiWindow* window) {
             UiInvert(s, g->Left + 1, g->Top + 1, g->Right - 1, g->Bottom - 1);
         }
     }
-    if (GadgetDrawnHook) GadgetDrawnHook(window, g, LabelText(g), window->Left + gx, window->Top + gy, gw, gh);
+    if (GadgetDrawnHook)
+        GadgetDrawnHook(window, g, LabelText(g), window->Left + gx, window->Top + gy, gw, gh);
 }
 
-// ---- Showing and selecting ------------------------------------------------------------------------------------
+// ---- Showing and selecting
+// ------------------------------------------------------------------------------------
 
 void GadgetShow(GuiWindow* window, Gadget* g) {
     if (!g || !WindowInList(window)) return;

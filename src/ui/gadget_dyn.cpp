@@ -62,7 +62,8 @@ Gadget* DynGadgetAdd(GuiWindow* window, int32_t id) {
     return &rows[n];
 }
 
-Gadget* DynButton(GuiWindow* window, int32_t id, int32_t x, int32_t y, int32_t w, int32_t h, const char* label) {
+Gadget* DynButton(GuiWindow* window, int32_t id, int32_t x, int32_t y, int32_t w, int32_t h,
+                  const char* label) {
     Gadget* g = DynGadgetAdd(window, id);
     if (!g) return nullptr;
     g->Left = int16_t(x), g->Top = int16_t(y), g->Right = int16_t(x + w - 1), g->Bottom = int16_t(y + h - 1);
@@ -90,7 +91,8 @@ Gadget* DynString(GuiWindow* window, int32_t id, int32_t x, int32_t y, int32_t w
     si->Cursor = -1;
     si->SelectAnchor = -1;
     g->String = si;
-    g->Left = int16_t(x), g->Top = int16_t(y), g->Right = int16_t(x + w - 1), g->Bottom = int16_t(y + DynRowHeight - 1);
+    g->Left = int16_t(x), g->Top = int16_t(y), g->Right = int16_t(x + w - 1),
+    g->Bottom = int16_t(y + DynRowHeight - 1);
     g->Flags = GK_STRING;
     g->Label = Copy(label);
     g->LabelFlags = LF_LEFT_OF;
@@ -132,7 +134,8 @@ Gadget* DynTabs(GuiWindow* window, int32_t id, int32_t x, int32_t y, const char*
     tabs->Labels = copies;
     tabs->Count = count;
     g->Tabs = tabs;
-    g->Left = int16_t(x), g->Top = int16_t(y), g->Right = int16_t(x + width - 1), g->Bottom = int16_t(y + DynTabHeight - 1);
+    g->Left = int16_t(x), g->Top = int16_t(y), g->Right = int16_t(x + width - 1),
+    g->Bottom = int16_t(y + DynTabHeight - 1);
     g->Flags = GF_IMMEDIATE | GF_NO_FEEDBACK;
     GadgetRefresh(g, window);
     return g;

@@ -69,8 +69,10 @@ static void ForceKinds(Gadget* rows) {
             g->Flags |= GF_STAT;
             if (!(g->LabelFlags & (LF_RIGHT_OF | LF_CENTRE | LF_RIGHT_IN))) g->LabelFlags |= LF_LEFT_OF;
         }
-        if ((g->Flags & (GF_INERT | GF_HSEPARATOR)) == (GF_INERT | GF_HSEPARATOR)) g->Bottom = int16_t(g->Top + 2);
-        if ((g->Flags & (GF_INERT | GF_VSEPARATOR)) == (GF_INERT | GF_VSEPARATOR)) g->Right = int16_t(g->Left + 2);
+        if ((g->Flags & (GF_INERT | GF_HSEPARATOR)) == (GF_INERT | GF_HSEPARATOR))
+            g->Bottom = int16_t(g->Top + 2);
+        if ((g->Flags & (GF_INERT | GF_VSEPARATOR)) == (GF_INERT | GF_VSEPARATOR))
+            g->Right = int16_t(g->Left + 2);
         if ((g->Flags & GF_CYCLE) && !(g->Flags & GF_MARKED)) g->Flags |= GF_RIGHT;
     }
 }
@@ -176,7 +178,7 @@ Gadget* SystemRows(uint32_t mask) {
     static const struct {
         uint32_t Bit;
         int32_t Id;
-    } Order[] = {{1, GADGET_DRAG},   {2, GADGET_CLOSE},   {4, GADGET_DEPTH},  {8, GADGET_FRAME},
+    } Order[] = {{1, GADGET_DRAG},     {2, GADGET_CLOSE},    {4, GADGET_DEPTH}, {8, GADGET_FRAME},
                  {32, GADGET_TITLE_A}, {64, GADGET_TITLE_B}, {16, GADGET_SIZE}};
     int n = 0;
     for (const auto& o : Order)

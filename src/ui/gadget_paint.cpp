@@ -90,11 +90,19 @@ void DrawIcon(Bitmap* s, const IconRef* icon, int32_t x, int32_t y, uint32_t col
     if (!s || !icon) return;
     int w = int(icon->Width), h = int(icon->Height);
     switch (icon->Reserved) {
-    case ICON_ARROW_RIGHT: Triangle(s, x, y, w, h, 0, colour); break;
-    case ICON_ARROW_LEFT: Triangle(s, x, y, w, h, 1, colour); break;
-    case ICON_ARROW_UP: Triangle(s, x, y, w, h, 2, colour); break;
+    case ICON_ARROW_RIGHT:
+        Triangle(s, x, y, w, h, 0, colour);
+        break;
+    case ICON_ARROW_LEFT:
+        Triangle(s, x, y, w, h, 1, colour);
+        break;
+    case ICON_ARROW_UP:
+        Triangle(s, x, y, w, h, 2, colour);
+        break;
     case ICON_ARROW_DOWN:
-    case ICON_MARK: Triangle(s, x, y, w, h, 3, colour); break;
+    case ICON_MARK:
+        Triangle(s, x, y, w, h, 3, colour);
+        break;
     case ICON_TICK:
         Stroke(s, x, y + 4, x + 3, y + 7, colour);
         Stroke(s, x + 3, y + 7, x + 8, y + 1, colour);
@@ -117,7 +125,8 @@ void DrawIcon(Bitmap* s, const IconRef* icon, int32_t x, int32_t y, uint32_t col
         for (int r = 0; r < 11; r++) UiFill(s, x + 10 - r, y + r, x + 10, y + r, colour);
         break;
     }
-    default: break;
+    default:
+        break;
     }
 }
 

@@ -31,16 +31,16 @@ enum StockIcon : uint32_t {
     ICON_ARROW_LEFT,
     ICON_ARROW_UP,
     ICON_ARROW_DOWN,
-    ICON_TICK,   // check boxes and checked menu rows
-    ICON_CLOSE,  // the close gadget
-    ICON_DEPTH,  // the depth gadget
-    ICON_KNOB,   // scroller and slider knobs
-    ICON_MARK,   // the 9x5 mark of marked rows
-    ICON_SIZE,   // the size gadget's triangle
-    ICON_MENU,   // title-bar option buttons
+    ICON_TICK,  // check boxes and checked menu rows
+    ICON_CLOSE, // the close gadget
+    ICON_DEPTH, // the depth gadget
+    ICON_KNOB,  // scroller and slider knobs
+    ICON_MARK,  // the 9x5 mark of marked rows
+    ICON_SIZE,  // the size gadget's triangle
+    ICON_MENU,  // title-bar option buttons
 };
-extern const IconRef IconArrowRight, IconArrowLeft, IconArrowUp, IconArrowDown, IconTick, IconClose, IconDepth,
-    IconKnob, IconMark, IconSize, IconMenu;
+extern const IconRef IconArrowRight, IconArrowLeft, IconArrowUp, IconArrowDown, IconTick, IconClose,
+    IconDepth, IconKnob, IconMark, IconSize, IconMenu;
 // Draws icon with its top-left corner at layout (x, y) in colour (some shapes add shades).
 void DrawIcon(Bitmap* s, const IconRef* icon, int32_t x, int32_t y, uint32_t colour);
 

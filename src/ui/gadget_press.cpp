@@ -34,7 +34,9 @@ static void SetFeedback(GuiWindow* window, Gadget* g, bool on) {
     GadgetRefresh(g, window);
 }
 
-static bool ButtonDown(int32_t code) { return code == 1 ? LeftHeld != 0 : RightHeld != 0; }
+static bool ButtonDown(int32_t code) {
+    return code == 1 ? LeftHeld != 0 : RightHeld != 0;
+}
 
 // The row under the pointer in window, or null.
 static Gadget* GadgetUnderPointer(GuiWindow* window) {
@@ -77,7 +79,8 @@ static int32_t Repeat(GuiWindow* window, Gadget* g, int32_t code) {
     GadgetHandler handler = window->OnGadget;
     if (handler) handler(window, g, code);
     bool held = true;
-    for (int i = 0; i < RepeatFirstPolls && held; i++) held = HeldFor(window, code, RepeatFirstTicks / RepeatFirstPolls + 1);
+    for (int i = 0; i < RepeatFirstPolls && held; i++)
+        held = HeldFor(window, code, RepeatFirstTicks / RepeatFirstPolls + 1);
     while (held && WindowInList(window)) {
         if (window->OnGadget) window->OnGadget(window, g, code);
         held = HeldFor(window, code, RepeatTicks);
@@ -102,7 +105,8 @@ static bool CycleChoose(GuiWindow* window, Gadget* g) {
     }
     int x, y, w, h;
     GadgetPixelRect(g, &x, &y, &w, &h);
-    PopupItem* picked = PopupAt(items.data(), tabs->Current, POPUP_BELOW, window->Left + x, window->Top + y, w, h);
+    PopupItem* picked =
+        PopupAt(items.data(), tabs->Current, POPUP_BELOW, window->Left + x, window->Top + y, w, h);
     if (!picked || !WindowInList(window)) return false;
     tabs->Current = picked->Id;
     GadgetRefresh(g, window);

@@ -30,7 +30,9 @@ constexpr int OffString = 1000000; // a pixel position past any text: caret at t
 constexpr char KeySelectAll = 1, KeyCopy = 3, KeyBackspace = 8, KeyTab = 9, KeyReturn = 13, KeyPaste = 22,
                KeyCut = 24, KeyUndo = 26, KeyEscape = 27, KeyDelete = 127;
 
-static int Len(const StringInfo* si) { return int(std::strlen(si->Buffer)); }
+static int Len(const StringInfo* si) {
+    return int(std::strlen(si->Buffer));
+}
 
 static int PrevChar(const char* t, int i) {
     if (i <= 0) return 0;
@@ -46,7 +48,9 @@ static int NextChar(const char* t, int i) {
     return i;
 }
 
-static bool HasSelection(const StringInfo* si) { return si->SelectAnchor >= 0 && si->SelectAnchor != si->Cursor; }
+static bool HasSelection(const StringInfo* si) {
+    return si->SelectAnchor >= 0 && si->SelectAnchor != si->Cursor;
+}
 
 static void DeleteRange(StringInfo* si, int a, int b) {
     if (a > b) std::swap(a, b);
@@ -126,22 +130,31 @@ static int FeedText(Gadget* g, GuiWindow* window, const char* text, int length, 
         if (n < 1) n = 1;
         i += n;
         switch (c) {
-        case KeyUndo: SwapUndo(si); break;
+        case KeyUndo:
+            SwapUndo(si);
+            break;
         case KeyCut:
             if (HasSelection(si)) {
                 CopySelection(si);
                 DeleteSelection(si);
             }
             break;
-        case KeyCopy: CopySelection(si); break;
-        case KeyEscape: break;
+        case KeyCopy:
+            CopySelection(si);
+            break;
+        case KeyEscape:
+            break;
         case KeySelectAll:
             si->SelectAnchor = 0;
             si->Cursor = Len(si);
             break;
-        case KeyReturn: return 1;
-        case KeyTab: return 2;
-        case KeyPaste: Paste(g, window); break;
+        case KeyReturn:
+            return 1;
+        case KeyTab:
+            return 2;
+        case KeyPaste:
+            Paste(g, window);
+            break;
         case KeyBackspace:
             if (HasSelection(si))
                 DeleteSelection(si);
@@ -154,7 +167,9 @@ static int FeedText(Gadget* g, GuiWindow* window, const char* text, int length, 
             else
                 DeleteRange(si, si->Cursor, whole ? Len(si) : NextChar(si->Buffer, si->Cursor));
             break;
-        default: Insert(si, text + i - n, n); break;
+        default:
+            Insert(si, text + i - n, n);
+            break;
         }
     }
     return 0;
@@ -221,7 +236,8 @@ void StringActivate(Gadget* g, GuiWindow* window, int32_t pixelX) {
     int gx, gy, gw, gh;
     GadgetPixelRect(g, &gx, &gy, &gw, &gh);
     int x = pixelX - gx - UiPx(3);
-    int offset = x >= OffString / 2 ? Len(si) : int(TextOffsetAt(si->Buffer + si->FirstVisible, x) + si->FirstVisible);
+    int offset =
+        x >= OffString / 2 ? Len(si) : int(TextOffsetAt(si->Buffer + si->FirstVisible, x) + si->FirstVisible);
     si->Cursor = std::clamp(offset, 0, Len(si));
     si->SelectAnchor = -1;
     ActiveGadget = g;
@@ -276,7 +292,8 @@ int StringAdvance(GuiWindow* window, Gadget* from, int direction) {
     if (at < 0) return 0;
     for (int i = at + direction; i >= 0 && i < count; i += direction) {
         Gadget* g = rows + i;
-        if ((g->Flags & GF_STRING) && g->String && !(g->String->StrFlags & STR_READONLY) && !(g->Flags & GF_HIDDEN)) {
+        if ((g->Flags & GF_STRING) && g->String && !(g->String->StrFlags & STR_READONLY) &&
+            !(g->Flags & GF_HIDDEN)) {
             StringActivate(g, window, OffString);
             if (ActiveGadget == g) {
                 g->String->SelectAnchor = 0; // a field reached by Tab is selected whole
@@ -316,7 +333,8 @@ void StringClick(Gadget* g, GuiWindow* window) {
         int gx, gy, gw, gh;
         GadgetPixelRect(g, &gx, &gy, &gw, &gh);
         int x = WindowPointerX - window->Left - gx - UiPx(3);
-        int at = std::clamp(int(TextOffsetAt(si->Buffer + si->FirstVisible, x) + si->FirstVisible), 0, Len(si));
+        int at =
+            std::clamp(int(TextOffsetAt(si->Buffer + si->FirstVisible, x) + si->FirstVisible), 0, Len(si));
         if (at != si->Cursor) {
             si->Cursor = at;
             si->SelectAnchor = at == anchor ? -1 : anchor;
@@ -343,7 +361,8 @@ void SetStringFloat(GuiWindow* window, Gadget* g) {
     GadgetRefresh(g, window);
 }
 
-// ---- The edit menu -----------------------------------------------------------------------------------------
+// ---- The edit menu
+// -----------------------------------------------------------------------------------------
 
 int32_t StringMenu(GuiWindow* window, Gadget* g) {
     StringInfo* si = g->String;

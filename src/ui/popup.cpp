@@ -36,7 +36,7 @@ struct Level {
     int Hot = -1;
     int ColumnWidth = 0;
     bool Swatches = false;
-    std::vector<int> X, Y, H; // each item's cell, layout units inside the window
+    std::vector<int> X, Y, H;   // each item's cell, layout units inside the window
     int First = 0, Visible = 0; // a scrolling list shows Visible rows from First
     bool Scrolls() const { return Visible < Count; }
 };
@@ -63,8 +63,10 @@ static void Measure(Level& L, bool scrollList, int* W, int* H) {
         const PopupItem& it = L.Items[i];
         text = std::max(text, UiTextWidth(it.Text));
         const char* k = KeyOf(it);
-        if (k && *k) keys = std::max(keys, UiTextWidth(k) + 8);
-        else if (it.Submenu) arrows = true;
+        if (k && *k)
+            keys = std::max(keys, UiTextWidth(k) + 8);
+        else if (it.Submenu)
+            arrows = true;
         if (it.Colour) L.Swatches = true;
     }
     int width = text + 12 + std::max(keys, arrows ? 10 : 0) + 16 + (L.Swatches ? SwatchSize + 4 : 0);
@@ -158,7 +160,8 @@ static void DrawScrollBar(Level& L) {
     int knob, pos;
     ScrollerKnob(b - t + 1, L.Count, L.Visible, L.First, &knob, &pos);
     UiFill(s, l + 1, t + pos, r - 1, t + pos + knob - 1, DRAGBUTTONCOLOR);
-    UiBevel(s, l + 1, t + pos, r - 1, t + pos + knob - 1, LightColour(DRAGBUTTONCOLOR), DarkColour(DRAGBUTTONCOLOR));
+    UiBevel(s, l + 1, t + pos, r - 1, t + pos + knob - 1, LightColour(DRAGBUTTONCOLOR),
+            DarkColour(DRAGBUTTONCOLOR));
 }
 
 static void DrawLevel(Level& L) {
@@ -216,8 +219,8 @@ static void Place(GuiWindow* win, int mode, int x, int y, int w, int h, int poin
     win->Left = px, win->Top = py, win->Right = px + W, win->Bottom = py + H;
 }
 
-static bool OpenLevel(Level& L, PopupItem* items, int selected, bool scrollList, int mode, int x, int y, int w,
-                      int h) {
+static bool OpenLevel(Level& L, PopupItem* items, int selected, bool scrollList, int mode, int x, int y,
+                      int w, int h) {
     L.Items = items;
     L.Count = 0;
     while (items && items[L.Count].Text) L.Count++;
@@ -291,7 +294,8 @@ static int StepHot(const Level& L, int from, int direction) {
     return -1;
 }
 
-// ---- Tracking ------------------------------------------------------------------------------------------------
+// ---- Tracking
+// ------------------------------------------------------------------------------------------------
 
 static PopupItem* Track(std::vector<Level>& levels) {
     // A menu opened with a button held picks on the release, once the pointer has moved
@@ -320,7 +324,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
         switch (code) {
         case 1:
         case 2:
-            if (!over) done = true; // a press outside dismisses
+            if (!over)
+                done = true; // a press outside dismisses
             else if (top.Scrolls() && k == int(levels.size()) - 1 && item < 0) {
                 // The list's scroll bar: the page goes towards the pointer.
                 int uy = UiUnit(WindowPointerY - top.Window->Top);
@@ -333,8 +338,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
             break;
         case -1:
         case -2:
-            if (over && item >= 0 && Pickable(levels[size_t(k)].Items[item]) && !levels[size_t(k)].Items[item].Submenu &&
-                (!heldAtOpen || moved || true)) {
+            if (over && item >= 0 && Pickable(levels[size_t(k)].Items[item]) &&
+                !levels[size_t(k)].Items[item].Submenu && (!heldAtOpen || moved || true)) {
                 if (heldAtOpen && !moved) {
                     heldAtOpen = false; // the release of the opening click: the menu stays
                     break;
@@ -358,7 +363,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
             } else if (c == '\r') {
                 if (top.Hot >= 0 && top.Items[top.Hot].Submenu) {
                     OpenSubmenu(levels, levels.size() - 1, top.Hot);
-                    if (levels.back().Items != top.Items) SetHot(levels.back(), StepHot(levels.back(), -1, 1));
+                    if (levels.back().Items != top.Items)
+                        SetHot(levels.back(), StepHot(levels.back(), -1, 1));
                 } else if (top.Hot >= 0 && Pickable(top.Items[top.Hot])) {
                     picked = &top.Items[top.Hot];
                     done = true;
@@ -366,7 +372,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
             } else if (EventKeyLength == 0 && (key == int32_t(VK_DOWN) || key == int32_t(VK_UP))) {
                 SetHot(top, StepHot(top, top.Hot < 0 && key == int32_t(VK_UP) ? 0 : top.Hot,
                                     key == int32_t(VK_DOWN) ? 1 : -1));
-            } else if (EventKeyLength == 0 && key == int32_t(VK_RIGHT) && top.Hot >= 0 && top.Items[top.Hot].Submenu) {
+            } else if (EventKeyLength == 0 && key == int32_t(VK_RIGHT) && top.Hot >= 0 &&
+                       top.Items[top.Hot].Submenu) {
                 size_t depth = levels.size();
                 OpenSubmenu(levels, depth - 1, top.Hot);
                 if (levels.size() > depth) SetHot(levels.back(), StepHot(levels.back(), -1, 1));
@@ -375,7 +382,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
             }
             break;
         }
-        default: break;
+        default:
+            break;
         }
     }
     ModalDepth--;
@@ -384,7 +392,8 @@ static PopupItem* Track(std::vector<Level>& levels) {
     return picked;
 }
 
-// ---- Entry points --------------------------------------------------------------------------------------------------
+// ---- Entry points
+// --------------------------------------------------------------------------------------------------
 
 static PopupItem* Run(PopupItem* items, int selected, bool scrollList, int mode, int x, int y, int w, int h) {
     if (!items || !items[0].Text || !DialogsShown()) return nullptr;

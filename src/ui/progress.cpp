@@ -148,7 +148,9 @@ void ProgressClose() {
     if (ProgressBox.Close) ProgressBox.Close();
 }
 
-void ProgressPause() { PauseDepth++; }
+void ProgressPause() {
+    PauseDepth++;
+}
 void ProgressResume() {
     if (PauseDepth > 0) PauseDepth--;
 }

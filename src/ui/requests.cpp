@@ -66,7 +66,8 @@ static int32_t AnswerClick(GuiWindow*, Gadget* g, int32_t code) {
 static int32_t LastRowId(GuiWindow* window) {
     int32_t last = 0;
     for (Gadget* g = window->Gadgets; g && g->Id != 0; g++)
-        if (g->Id > 0 && !(g->Flags & GF_STRING) && !(g->Flags & GF_SMALL_ACTION)) last = std::max(last, g->Id);
+        if (g->Id > 0 && !(g->Flags & GF_STRING) && !(g->Flags & GF_SMALL_ACTION))
+            last = std::max(last, g->Id);
     return last;
 }
 
@@ -152,7 +153,8 @@ static int Ask(const char* text, const std::vector<const char*>& labels) {
     std::vector<Gadget> rows;
     rows.push_back(Button(1, 8, top, widths[0], labels[0]));
     if (n == 3) rows.push_back(Button(2, (W - widths[1]) / 2, top, widths[1], labels[1]));
-    rows.push_back(Button(n, width + 25 - widths[size_t(n - 1)], top, widths[size_t(n - 1)], labels[size_t(n - 1)]));
+    rows.push_back(
+        Button(n, width + 25 - widths[size_t(n - 1)], top, widths[size_t(n - 1)], labels[size_t(n - 1)]));
     rows.push_back(Gadget{});
     rows.back().Id = GADGET_FRAME;
     rows.push_back(Gadget{});
@@ -223,7 +225,8 @@ int AskNumber(const char* title, int32_t* value, int32_t min, int32_t max) {
     if (!DialogsShown()) return -1;
     const char* ok = MsgGet(nullptr, MsgOk);
     const char* cancel = MsgGet(nullptr, MsgCancel);
-    int okW = std::max(UiTextWidth(ok) + ButtonPad, 60), cancelW = std::max(UiTextWidth(cancel) + ButtonPad, 60);
+    int okW = std::max(UiTextWidth(ok) + ButtonPad, 60),
+        cancelW = std::max(UiTextWidth(cancel) + ButtonPad, 60);
     int W = std::max({152, 32 + okW + cancelW, UiTextWidth(title) + 14}), H = 76;
     char buffer[24];
     StringInfo si{};
@@ -257,7 +260,8 @@ int AskString(const char* title, char* buffer, uint32_t size) {
     if (!buffer || size < 1 || !DialogsShown()) return -1;
     const char* ok = MsgGet(nullptr, MsgOk);
     const char* cancel = MsgGet(nullptr, MsgCancel);
-    int okW = std::max(UiTextWidth(ok) + ButtonPad, 60), cancelW = std::max(UiTextWidth(cancel) + ButtonPad, 60);
+    int okW = std::max(UiTextWidth(ok) + ButtonPad, 60),
+        cancelW = std::max(UiTextWidth(cancel) + ButtonPad, 60);
     int W = std::max({250, 32 + okW + cancelW, UiTextWidth(title) + 20}), H = 76;
     std::string edit(buffer, strnlen(buffer, size - 1));
     std::vector<char> work(size, 0);

@@ -41,7 +41,7 @@ extern int (*AskYesNoHook)(const char* text, const char* yes, const char* no);
 void ProgressOpen(const char* text);
 void ProgressStep(int64_t position, int64_t total);
 void ProgressClose();
-void ProgressPause();  // nests: while paused the three calls above do nothing
+void ProgressPause(); // nests: while paused the three calls above do nothing
 void ProgressResume();
 void ProgressNote(const char* text); // a box without bar or Cancel; ProgressClose ends it
 extern GuiWindow* ProgressWindow;    // the box standing, or null
@@ -67,13 +67,13 @@ constexpr uint32_t POPUP_CHECKED = 1;   // ItemFlags: tick at the left
 constexpr uint32_t POPUP_DISABLED = 2;  // ItemFlags: embossed text, not pickable
 
 struct PopupItem {
-    const char* Text;     // null ends the table
-    uint32_t Colour;      // swatch colour (or-ed with FF000000) when not 0
-    int32_t Id;           // the caller's number; POPUP_SEPARATOR draws a line
-    const char* KeyText;  // shown at the right; filled from Command when null
-    const char* Command;  // command whose key is shown
-    PopupItem* Submenu;   // opens to the side; an arrow when KeyText is null
-    uint32_t ItemFlags;   // POPUP_ bits
+    const char* Text;    // null ends the table
+    uint32_t Colour;     // swatch colour (or-ed with FF000000) when not 0
+    int32_t Id;          // the caller's number; POPUP_SEPARATOR draws a line
+    const char* KeyText; // shown at the right; filled from Command when null
+    const char* Command; // command whose key is shown
+    PopupItem* Submenu;  // opens to the side; an arrow when KeyText is null
+    uint32_t ItemFlags;  // POPUP_ bits
 };
 
 // Placement modes of PopupAt.

@@ -126,8 +126,7 @@ void ParseConfigStream(ConfigFile* file, FILE* stream) {
     while (std::fgets(line, sizeof line, stream)) {
         if (!parser.Line(line)) return;
         if (std::ftell(stream) > long(MaxConfigBytes)) {
-            Warning("%s is larger than %zu bytes; the rest is not read", file->Path.c_str(),
-                        MaxConfigBytes);
+            Warning("%s is larger than %zu bytes; the rest is not read", file->Path.c_str(), MaxConfigBytes);
             return;
         }
     }
@@ -191,8 +190,8 @@ ConfigFile* OpenConfig(const char* path) {
     return ReadConfigFile(path);
 }
 
-int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* buffer, const char* defaultValue,
-                size_t size) {
+int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* buffer,
+                const char* defaultValue, size_t size) {
     if (!buffer || !section || size == 0) return 0;
     const char* value = defaultValue ? defaultValue : "";
     ConfigSection* s = FindSection(handle, section);
@@ -242,7 +241,9 @@ int LoadConfig(const char* path) {
     return 1;
 }
 
-std::string ProfilePath(const char* name) { return HomeDir + "/configs/" + name + ".ini"; }
+std::string ProfilePath(const char* name) {
+    return HomeDir + "/configs/" + name + ".ini";
+}
 
 // A profile is a plain name: nothing that leads out of the configs folder.
 static bool GoodProfileName(const char* name) {
@@ -317,7 +318,9 @@ int ConfigSetInt(const char* section, const char* key, int value) {
     return ConfigSet(section, key, std::to_string(value).c_str());
 }
 
-int ConfigSetOn(const char* section, const char* key, bool on) { return ConfigSet(section, key, on ? "on" : "off"); }
+int ConfigSetOn(const char* section, const char* key, bool on) {
+    return ConfigSet(section, key, on ? "on" : "off");
+}
 
 int StartupGet(const char* key, char* buffer, const char* defaultValue, size_t size) {
     return ConfigGetIn(MachineConfig, "STARTUP", key, buffer, defaultValue, size);

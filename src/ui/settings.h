@@ -42,8 +42,8 @@ int CopyProfile(const char* name);
 std::string ProfilePath(const char* name);
 
 ConfigFile* OpenConfig(const char* path);
-int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* buffer, const char* defaultValue,
-                size_t size);
+int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* buffer,
+                const char* defaultValue, size_t size);
 int ConfigSetIn(ConfigFile* handle, const char* section, const char* key, const char* value);
 int CloseConfig(ConfigFile* handle);
 

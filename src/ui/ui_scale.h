@@ -24,7 +24,9 @@ inline int32_t UiUnit(int32_t p) {
     return int32_t(v >= 0 ? v / UiScaleHalves : -((-v + UiScaleHalves - 1) / UiScaleHalves));
 }
 // Width of a one-unit line: whole pixels, at least one.
-inline int32_t UiLine() { return UiScaleHalves >= 4 ? UiScaleHalves / 2 : 1; }
+inline int32_t UiLine() {
+    return UiScaleHalves >= 4 ? UiScaleHalves / 2 : 1;
+}
 
 // Parses "1", "1.5", "2", "3" (also "150%"); 0 for anything else.
 int32_t ParseUiScale(const char* text);

@@ -129,7 +129,8 @@ static void PlaceNew(GuiWindow* w) {
     w->Bottom = y + int(w->Height);
 }
 
-static GuiWindow* MakeWindow(int32_t layoutW, int32_t layoutH, int32_t pixelW, int32_t pixelH, uint32_t flags) {
+static GuiWindow* MakeWindow(int32_t layoutW, int32_t layoutH, int32_t pixelW, int32_t pixelH,
+                             uint32_t flags) {
     if (pixelW < 1 || pixelH < 1 || pixelW > 16384 || pixelH > 16384) return nullptr;
     auto* w = static_cast<GuiWindow*>(std::calloc(1, sizeof(GuiWindow)));
     if (!w) return nullptr;
@@ -329,7 +330,8 @@ void WindowToBack(GuiWindow* window) {
     if (window->Open) RepaintScreenRect(window->Left, window->Top, int(window->Width), int(window->Height));
 }
 
-// ---- Hide all and show all ---------------------------------------------------------------------------------
+// ---- Hide all and show all
+// ---------------------------------------------------------------------------------
 
 int WindowHideAll() {
     int n = 0;
@@ -366,7 +368,8 @@ void WindowToggleAll() {
         WindowShowAll();
 }
 
-// ---- Places in the settings -----------------------------------------------------------------------------------
+// ---- Places in the settings
+// -----------------------------------------------------------------------------------
 
 int WindowLoadPlace(GuiWindow* window, const char* section) {
     if (!WindowInList(window) || !section) return 0;

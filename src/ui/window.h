@@ -59,15 +59,15 @@ using WindowKeyHandler = int32_t (*)(const char* text, int32_t* length, int32_t 
                                      int32_t keycode, uint32_t qualifiers);
 
 struct GuiWindow {
-    int32_t Left, Right, Top, Bottom; // screen rectangle; Right = Left + Width, Bottom = Top + Height
-    uint32_t Width, Height;           // surface size in pixels
-    Bitmap* Surface;                  // owned: the window's picture, copied to the screen
-    Gadget* Gadgets;                  // not owned: the first rows, ended by id 0
-    Gadget* DynGadgets;               // owned: rows built at run time, ended by id 0
-    uint32_t Flags;                   // WINDOW_ bits
-    GuiWindow* Next;                  // towards the top of the stack
-    GuiWindow* Prev;                  // towards the bottom
-    GadgetHandler OnGadget;           // non-zero result ends a modal loop with that value
+    int32_t Left, Right, Top, Bottom;         // screen rectangle; Right = Left + Width, Bottom = Top + Height
+    uint32_t Width, Height;                   // surface size in pixels
+    Bitmap* Surface;                          // owned: the window's picture, copied to the screen
+    Gadget* Gadgets;                          // not owned: the first rows, ended by id 0
+    Gadget* DynGadgets;                       // owned: rows built at run time, ended by id 0
+    uint32_t Flags;                           // WINDOW_ bits
+    GuiWindow* Next;                          // towards the top of the stack
+    GuiWindow* Prev;                          // towards the bottom
+    GadgetHandler OnGadget;                   // non-zero result ends a modal loop with that value
     void (*OnClose)(GuiWindow* window);       // asked to close
     void (*OnCloseGadget)(GuiWindow* window); // the close gadget, before OnClose
     void (*OnMove)(GuiWindow* window, int32_t* x, int32_t* y); // proposed drag position; may change it
@@ -126,7 +126,7 @@ void WindowOpen(GuiWindow* window);   // show it (and every closed window in the
 void WindowHide(GuiWindow* window);   // stays in the list, Open = 0, screen restored
 void WindowDelete(GuiWindow* window); // hide, unlink, free rows, surface and record
 void WindowUnlink(GuiWindow* window);
-void WindowLink(GuiWindow* window); // append at the tail (backdrops go to the head)
+void WindowLink(GuiWindow* window);                       // append at the tail (backdrops go to the head)
 void WindowMove(GuiWindow* window, int32_t x, int32_t y); // clamped so a part stays on screen
 void WindowToFront(GuiWindow* window, int flash);
 void WindowToBack(GuiWindow* window);

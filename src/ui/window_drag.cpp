@@ -99,7 +99,8 @@ void WindowSnap(GuiWindow* window, int32_t* x, int32_t* y) {
     *y = sy.Result;
 }
 
-// ---- The drag bar -------------------------------------------------------------------------------------------
+// ---- The drag bar
+// -------------------------------------------------------------------------------------------
 
 static void PointerInScreen(int* x, int* y) {
     int w = Screen ? Screen->Width : 0, h = Screen ? Screen->Height : 0;
@@ -116,6 +117,7 @@ int WindowDrag(GuiWindow* window) {
     int W = int(window->Width), H = int(window->Height);
     bool opaque = int64_t(W) * H <= DragLimit;
     int x = window->Left, y = window->Top, steps = 0;
+    const int startLeft = x, startTop = y;
     bool outline = false;
     for (;;) {
         int code = WaitEvent(1);
@@ -126,33 +128,39 @@ int WindowDrag(GuiWindow* window) {
             if (WindowToBrushHook) WindowToBrushHook(window->Surface);
             return 0;
         }
-        if (code == -1 || !LeftHeld || QuitFlag) break;
+        // The position the event left comes first: a release may arrive together with
+        // the last moves.
         PointerInScreen(&px, &py);
         int nx = px - offX, ny = py - offY;
         WindowSnap(window, &nx, &ny);
         if (window->OnMove) window->OnMove(window, &nx, &ny);
         if (!WindowInList(window)) return 0;
-        if (nx == x && ny == y) continue;
-        if (opaque) {
-            WindowMove(window, nx, ny);
-            x = window->Left, y = window->Top;
-        } else {
-            if (outline) EraseDragFrame(x, y, W, H);
-            x = nx, y = ny;
-            DrawDragFrame(x, y, W, H);
-            outline = true;
+        if (nx != x || ny != y) {
+            if (opaque) {
+                WindowMove(window, nx, ny);
+                x = window->Left, y = window->Top;
+            } else {
+                if (outline) EraseDragFrame(x, y, W, H);
+                x = nx, y = ny;
+                DrawDragFrame(x, y, W, H);
+                outline = true;
+            }
+            steps++;
         }
-        steps++;
+        if (code == -1 || !LeftHeld || QuitFlag) break;
     }
     if (outline) {
         EraseDragFrame(x, y, W, H);
         WindowMove(window, x, y);
     }
-    if (steps < ClickSteps) WindowToFront(window, 0);
+    // A click raises the window: few steps that took it hardly anywhere.
+    int moved = std::abs(x - startLeft) + std::abs(y - startTop);
+    if (steps < ClickSteps && moved < ClickSteps) WindowToFront(window, 0);
     return steps > 0;
 }
 
-// ---- Edges and resizing -------------------------------------------------------------------------------------
+// ---- Edges and resizing
+// -------------------------------------------------------------------------------------
 
 int WindowEdgeMask(const GuiWindow* window, int32_t x, int32_t y) {
     if (!window || !(window->Flags & WINDOW_RESIZABLE)) return 0;
@@ -168,10 +176,14 @@ uint32_t WindowPointerAt(GuiWindow* window, int32_t x, int32_t y) {
     static const struct {
         int Mask;
         uint32_t Shape;
-    } Shapes[] = {{EDGE_LEFT | EDGE_TOP, POINTER_SIZE_NWSE},   {EDGE_RIGHT | EDGE_BOTTOM, POINTER_SIZE_NWSE},
-                  {EDGE_RIGHT | EDGE_TOP, POINTER_SIZE_NESW},  {EDGE_LEFT | EDGE_BOTTOM, POINTER_SIZE_NESW},
-                  {EDGE_LEFT, POINTER_SIZE_WE},   {EDGE_RIGHT, POINTER_SIZE_WE},
-                  {EDGE_TOP, POINTER_SIZE_NS},    {EDGE_BOTTOM, POINTER_SIZE_NS}};
+    } Shapes[] = {{EDGE_LEFT | EDGE_TOP, POINTER_SIZE_NWSE},
+                  {EDGE_RIGHT | EDGE_BOTTOM, POINTER_SIZE_NWSE},
+                  {EDGE_RIGHT | EDGE_TOP, POINTER_SIZE_NESW},
+                  {EDGE_LEFT | EDGE_BOTTOM, POINTER_SIZE_NESW},
+                  {EDGE_LEFT, POINTER_SIZE_WE},
+                  {EDGE_RIGHT, POINTER_SIZE_WE},
+                  {EDGE_TOP, POINTER_SIZE_NS},
+                  {EDGE_BOTTOM, POINTER_SIZE_NS}};
     int mask = WindowEdgeMask(window, x, y);
     for (const auto& s : Shapes)
         if (s.Mask == mask) return s.Shape;

@@ -24,11 +24,16 @@ void GuiSleepTicks(int ticks) {
 
 int WaitMouse(int wait) {
     switch (WaitEvent(wait)) {
-    case 1: return 1;
-    case -1: return 2;
-    case 2: return 3;
-    case -2: return 4;
-    default: return 0;
+    case 1:
+        return 1;
+    case -1:
+        return 2;
+    case 2:
+        return 3;
+    case -2:
+        return 4;
+    default:
+        return 0;
     }
 }
 
@@ -52,8 +57,10 @@ static void BubbleIdle(GuiWindow* only) {
     if (window == HelpBubbleWindow) return;
     Gadget* g = RowAtPointer(window);
     if (HelpBubbleWindow) {
-        if (g != HoverGadget || window != HoverWindow) CloseHelpBubble();
-        else return;
+        if (g != HoverGadget || window != HoverWindow)
+            CloseHelpBubble();
+        else
+            return;
     }
     double now = PlatformSeconds();
     if (g != HoverGadget || window != HoverWindow) {
@@ -135,7 +142,8 @@ static void WaitOutButtons() {
     while ((LeftHeld || RightHeld) && !QuitFlag) WaitEvent(1);
 }
 
-// ---- The modal loop ----------------------------------------------------------------------------------------
+// ---- The modal loop
+// ----------------------------------------------------------------------------------------
 
 int32_t ModalLoop(GuiWindow* window) {
     if (!WindowInList(window)) return 0;
@@ -180,7 +188,8 @@ int32_t ModalLoop(GuiWindow* window) {
         if (!result && WindowInList(window) && (window->Notify & 4) && window->OnGadget)
             result = window->OnGadget(window, nullptr, GC_IDLE);
     }
-    if (ModalWindow == window || !WindowInList(ModalWindow)) ModalWindow = WindowInList(previous) ? previous : nullptr;
+    if (ModalWindow == window || !WindowInList(ModalWindow))
+        ModalWindow = WindowInList(previous) ? previous : nullptr;
     ModalDepth--;
     SetPointerShape(savedShape);
     return WindowInList(window) ? result : 0;
