@@ -4,7 +4,6 @@
 #include "host/screen.h"
 #include "project/page_size.h"
 #include "store/bitmap.h"
-#include "ui/window.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -49,13 +48,13 @@ TEST_F(PanelsTest, ToolsSizeSliderSizesThePenInUse) {
     const DrawnGadget* size = PanelHost::Find(w, "Size");
     ASSERT_NE(size, nullptr);
     // A press right of the knob moves a tenth of the range.
-    PanelHost::ClickAt(size->X + size->W - 3, size->Y + size->H / 2);
+    PanelHost::ClickAt(PanelHost::X(size, size->W - 3), PanelHost::Y(size, size->H / 2));
     EXPECT_EQ(MediaPens[PenAirbrush].Size, 22);
     EXPECT_EQ(CurrentStamp->Width, 2 * 22 + 1);
     EXPECT_EQ(Setting("Pens", "Airbrush").rfind("1 1 25 22 ", 0), 0u) << Setting("Pens", "Airbrush");
     // The point has no size: the slider stays at nothing.
     PanelHost::Click(w, "Point");
-    PanelHost::ClickAt(size->X + size->W - 3, size->Y + size->H / 2);
+    PanelHost::ClickAt(PanelHost::X(size, size->W - 3), PanelHost::Y(size, size->H / 2));
     EXPECT_EQ(WindowGadgetById(w, 11)->String->IntValue, 0);
 }
 
@@ -64,7 +63,7 @@ TEST_F(PanelsTest, ToolsLineEndsAndDotMode) {
     GuiWindow* w = ToolsPanel();
     const DrawnGadget* start = PanelHost::Find(w, "Line start");
     ASSERT_NE(start, nullptr);
-    PanelHost::ClickAt(start->X + 3, start->Y + start->H / 2); // left of the knob at 100 %
+    PanelHost::ClickAt(PanelHost::X(start, 3), PanelHost::Y(start, start->H / 2)); // left of the knob at 100 %
     EXPECT_EQ(LineP1, (90 * 255 + 50) / 100);
     EXPECT_EQ(Setting("Tools", "LineP1"), std::to_string(LineP1));
     // The right button steps the cycle to the next choice.
@@ -83,7 +82,7 @@ TEST_F(PanelsTest, PensSliderChangesThePenAndItsSettingsKey) {
     ASSERT_NE(w, nullptr);
     const DrawnGadget* power = PanelHost::Find(w, "Power");
     ASSERT_NE(power, nullptr);
-    PanelHost::ClickAt(power->X + power->W - 3, power->Y + power->H / 2);
+    PanelHost::ClickAt(PanelHost::X(power, power->W - 3), PanelHost::Y(power, power->H / 2));
     // 128 shows as 50 %; a tenth of the range on is 59 %, kept as (59 * 255 + 49) / 100.
     EXPECT_EQ(MediaPens[PenAirbrush].Power, (59 * 255 + 49) / 100);
     EXPECT_EQ(nemu::Power, MediaPens[PenAirbrush].Power);
@@ -96,7 +95,7 @@ TEST_F(PanelsTest, PensSliderChangesThePenAndItsSettingsKey) {
     PanelHost::Click(w, "Pencil");
     const DrawnGadget* size = PanelHost::Find(w, "Size");
     ASSERT_NE(size, nullptr);
-    PanelHost::ClickAt(size->X + size->W - 3, size->Y + size->H / 2);
+    PanelHost::ClickAt(PanelHost::X(size, size->W - 3), PanelHost::Y(size, size->H / 2));
     EXPECT_EQ(MediaPens[PenPencil].Size, 5 + 9);
     EXPECT_EQ(Pen, PenAirbrush);
     EXPECT_EQ(MediaPens[PenAirbrush].Size, 12);
@@ -131,7 +130,7 @@ TEST_F(PanelsTest, PensProfilePresetAndDefault) {
     // Drawing in the profile: a press at the rim's cell, at the top, sets entry 0 to 255.
     const DrawnGadget* area = PanelHost::Find(w, "Profile");
     ASSERT_NE(area, nullptr);
-    PanelHost::ClickAt(area->X + 2, area->Y + 2);
+    PanelHost::ClickAt(PanelHost::X(area, 2), PanelHost::Y(area, 2));
     EXPECT_EQ(MediaPens[PenChalk].Profile[0], 255);
     MediaPens[PenAirbrush].Size = 40;
     PanelHost::Click(w, "Default");
@@ -147,7 +146,7 @@ TEST_F(PanelsTest, PressureGraphSetsTheCurveAsMakeCurveGives) {
     const DrawnGadget* graph = PanelHost::Find(w, "Pressure");
     ASSERT_NE(graph, nullptr);
     // Cell (10, 40) from the bottom left: each cell is two pixels at scale 1.
-    PanelHost::ClickAt(graph->X + 1 + 10 * 2, graph->Y + 1 + (63 - 40) * 2);
+    PanelHost::ClickAt(PanelHost::X(graph, 1 + 10 * 2), PanelHost::Y(graph, 1 + (63 - 40) * 2));
     EXPECT_EQ(PressureX, 40);
     EXPECT_EQ(PressureY, 160);
     uint8_t expected[256];
@@ -158,23 +157,17 @@ TEST_F(PanelsTest, PressureGraphSetsTheCurveAsMakeCurveGives) {
     EXPECT_EQ(SpeedX, 0);
     // Each graph has its own straightening button; the pressure's is the first drawn.
     const DrawnGadget* straight = nullptr;
-    for (const DrawnGadget& d : Drawn)
+    for (const DrawnGadget& d : DrawnGadgets())
         if (d.Window == w && d.Label == "Straight" && d.X < graph->X + graph->W) straight = &d;
     ASSERT_NE(straight, nullptr);
-    PanelHost::ClickAt(straight->X + straight->W / 2, straight->Y + straight->H / 2);
+    PanelHost::ClickAt(PanelHost::X(straight, straight->W / 2), PanelHost::Y(straight, straight->H / 2));
     EXPECT_EQ(PressureX, 0);
     for (int i = 0; i < 256; i++) ASSERT_EQ(PressureCurve[i], i) << i;
 }
 
-// The row of the list that shows entry index, or -1 when it is scrolled away.
-int ListRowY(const DrawnGadget* list, int index) {
-    const int rowHeight = 15, rows = 8;
-    for (int r = 0; r < rows; r++) {
-        char label[300];
-        if (PageSizeLabel(index, label, sizeof label) && r == index) return list->Y + 1 + r * rowHeight + 7;
-    }
-    return -1;
-}
+// The middle of the list's first row, which shows the first entry when the list has not
+// been scrolled (the page's own size is no entry of the list).
+int FirstRowY(const DrawnGadget* list) { return PanelHost::Y(list, 1 + 7); }
 
 TEST_F(PanelsTest, NewProjectFromTheListMakesAProjectOfThatSize) {
     OpenNewProject();
@@ -184,7 +177,7 @@ TEST_F(PanelsTest, NewProjectFromTheListMakesAProjectOfThatSize) {
     const DrawnGadget* list = PanelHost::Find(w, "Sizes");
     ASSERT_NE(list, nullptr);
     // The first row is the display's size, at 30 images a second.
-    PanelHost::ClickAt(list->X + 20, ListRowY(list, 0));
+    PanelHost::ClickAt(PanelHost::X(list, 20), FirstRowY(list));
     EXPECT_EQ(w->Gadgets[0].Id, GADGET_DRAG);
     EXPECT_EQ(WindowGadgetById(w, 3)->String->IntValue, PanelScreenW);
     PanelHost::Click(w, "Create");
@@ -208,10 +201,10 @@ TEST_F(PanelsTest, NewProjectOverChangesAsksFirst) {
     GuiWindow* w = NewProjectPanel();
     const DrawnGadget* list = PanelHost::Find(w, "Sizes");
     ASSERT_NE(list, nullptr);
-    PanelHost::ClickAt(list->X + 20, ListRowY(list, 0));
+    PanelHost::ClickAt(PanelHost::X(list, 20), FirstRowY(list));
     PanelHost::Click(w, "Create");
     EXPECT_EQ(asked, 1);
-    EXPECT_EQ(PageWidth, 64); // no: nothing changed
+    EXPECT_EQ(PageWidth, 320); // no: nothing changed
     EXPECT_NE(NewProjectPanel(), nullptr);
 }
 
