@@ -4,7 +4,8 @@
 //   panels_demo tools pens pressure new size
 //
 // Each name opens one panel: tools, pens (at the page of the airbrush), pressure, new
-// (the new project) and size (the page size). NEMU_SCALE=2 shows them at twice the size.
+// (the new project) and size (the page size); pensround and pensoil open the pages of
+// the round pen and of the oil. NEMU_SCALE=2 shows them at twice the size.
 #include "host/main_loop.h"
 #include "ui/panels.h"
 
@@ -23,6 +24,7 @@ void Show() {
         if (!std::strcmp(n, "tools")) OpenTools();
         if (!std::strcmp(n, "pens")) OpenPensAt(4);
         if (!std::strcmp(n, "pensround")) OpenPensAt(0);
+        if (!std::strcmp(n, "pensoil")) OpenPensAt(6);
         if (!std::strcmp(n, "pressure")) OpenPressure();
         if (!std::strcmp(n, "new")) OpenNewProject();
         if (!std::strcmp(n, "size")) OpenProjectSize();
