@@ -4,6 +4,7 @@
 #include "host/screen.h"
 #include "project/page_size.h"
 #include "store/bitmap.h"
+#include "ui/panel_rows.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -116,6 +117,10 @@ TEST_F(PanelsTest, PensPagesShowWhatEachPenHas) {
     PanelHost::Click(w, "Brush");
     EXPECT_TRUE(PanelHost::Has(w, "Margin"));
     EXPECT_FALSE(PanelHost::Has(w, "Size"));
+    // A pen chosen elsewhere turns the panel to its page.
+    ToolOil();
+    EXPECT_TRUE(PanelHost::Has(w, "Bristles"));
+    EXPECT_NE(WindowGadgetById(w, 1 + PenOil)->Flags & GF_SELECTED, 0u);
 }
 
 TEST_F(PanelsTest, PensProfilePresetAndDefault) {
@@ -226,6 +231,22 @@ TEST_F(PanelsTest, PageSizeChangesTheSize) {
     EXPECT_EQ(PageSizePanel(), nullptr);
 }
 
+TEST_F(PanelsTest, PageSizeKeepsThePictureScaled) {
+    ClearBitmap(Page, 0xFFFF0000);
+    AddDirtyAndMark(0, 0, PageWidth - 1, PageHeight - 1);
+    OpenProjectSize();
+    GuiWindow* w = PageSizePanel();
+    ASSERT_NE(w, nullptr);
+    EXPECT_NE(WindowGadgetById(w, 6)->Flags & GF_SELECTED, 0u); // keeping is the default
+    NumberSet(w, 3, 640);
+    NumberSet(w, 4, 480);
+    PanelHost::Click(w, "Change");
+    ASSERT_EQ(PageWidth, 640);
+    ASSERT_EQ(PageHeight, 480);
+    EXPECT_EQ(Page->Pixels[size_t(240) * 640 + 320], 0xFFFF0000u);
+    EXPECT_EQ(Page->Pixels[size_t(479) * 640 + 639], 0xFFFF0000u);
+}
+
 TEST_F(PanelsTest, PlacesAreSavedAndPulledBackOnScreen) {
     OpenTools();
     GuiWindow* w = ToolsPanel();
@@ -258,6 +279,14 @@ TEST_F(PanelsTest, PlacesAreSavedAndPulledBackOnScreen) {
     OpenPressure();
     EXPECT_EQ(PressurePanel()->Left, 20);
     EXPECT_EQ(PressurePanel()->Top, PanelScreenH - int(PressurePanel()->Height));
+    // A place that is no number leaves the panel where a new window goes.
+    ClosePanels();
+    ConfigSet("Pens", "WIN_X", "left");
+    ConfigSet("Pens", "WIN_Y", "12");
+    ConfigSet("Pens", "Display", "on");
+    LoadPanels();
+    ASSERT_NE(PensPanel(), nullptr);
+    EXPECT_EQ(PensPanel()->Left, (PanelScreenW - int(PensPanel()->Width)) / 2);
 }
 
 } // namespace
