@@ -5,6 +5,7 @@
 #include "host/main_loop.h"
 #include "paint/pens.h"
 #include "ui/catalog.h"
+#include "ui/gadget_paint.h"
 #include "ui/panel_graph.h"
 #include "ui/panel_pens.h"
 #include "ui/panel_rows.h"
@@ -100,10 +101,12 @@ void BuildPage(int32_t pen) {
                   Msg(3748));
         PresetInfo.StrFlags |= STR_READONLY;
         AddLabel(t, px, int16_t(top - 14), 60, Msg(3719));
-        AddButton(t, IdPresetDown, px, int16_t(top + 20), int16_t(px + 20), int16_t(top + 37), GK_BUTTON, "<",
-                  Msg(3759));
+        AddButton(t, IdPresetDown, px, int16_t(top + 20), int16_t(px + 20), int16_t(top + 37), GK_BUTTON, nullptr,
+                  Msg(3759))
+            .Image = &IconArrowLeft;
         AddButton(t, IdPresetUp, int16_t(px + 23), int16_t(top + 20), int16_t(px + 43), int16_t(top + 37),
-                  GK_BUTTON, ">", Msg(3760));
+                  GK_BUTTON, nullptr, Msg(3760))
+            .Image = &IconArrowRight;
         AddButton(t, IdPresetApply, px, int16_t(top + 42), int16_t(px + 43), int16_t(top + 61), GK_BUTTON,
                   Msg(3720), Msg(3749));
     }

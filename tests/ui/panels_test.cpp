@@ -127,7 +127,9 @@ TEST_F(PanelsTest, PensProfilePresetAndDefault) {
     ToolChalk();
     OpenPens();
     GuiWindow* w = PensPanel();
-    PanelHost::Click(w, ">");
+    int x, y, gw, gh; // the arrow to the next preset, which has no label
+    GadgetPixelRect(WindowGadgetById(w, 53), &x, &y, &gw, &gh);
+    PanelHost::ClickAt(w->Left + x + gw / 2, w->Top + y + gh / 2);
     EXPECT_EQ(MediaPens[PenChalk].Preset, 5);
     PanelHost::Click(w, "Apply");
     EXPECT_EQ(std::memcmp(MediaPens[PenChalk].Profile, ProfilePresets[5], 64), 0);
