@@ -3,6 +3,7 @@
 // records, through the main loop, as a user presses them.
 #pragma once
 #include "paint/draw_modes.h"
+#include "paint/panto.h"
 #include "paint/pens.h"
 #include "paint/tools.h"
 #include "project/layers.h"
@@ -20,6 +21,11 @@ namespace nemu::test {
 constexpr int PanelScreenW = 800, PanelScreenH = 600; // the toolkit fixture's screen
 
 struct PanelHost : ToolkitHost {
+    // What the panels change and other tests rely on, put back at the end.
+    const double KeptFrameRate = FrameRate;
+    const int32_t KeptLineP1 = LineP1, KeptLineP2 = LineP2, KeptPointMode = PointMode;
+    const int32_t KeptPantoX = PantoX, KeptPantoY = PantoY;
+
     PanelHost() {
         ProgramDir = NEMU_SOURCE_DIR "/data";
         if (!GlobalCatalog) EXPECT_EQ(CatalogLoadGlobal(), 1);
@@ -42,6 +48,11 @@ struct PanelHost : ToolkitHost {
         PenChangedHook = nullptr;
         AskYesNoHook = nullptr;
         LoadProfile(nullptr); // the settings in memory go with the test
+        FrameRate = KeptFrameRate;
+        LineP1 = KeptLineP1, LineP2 = KeptLineP2, PointMode = KeptPointMode;
+        PantoX = KeptPantoX, PantoY = KeptPantoY;
+        PressureX = PressureY = SpeedX = SpeedY = 0;
+        ResetPenSettings();
     }
 
     // The last drawing of the row labelled label in window; fails the test when none.
