@@ -7,8 +7,12 @@ FUZZDIR   := build/fuzz
 CMAKE_GEN := -G Ninja
 ARGS      ?=
 FUZZ_SECONDS ?= 60
+# Where `make install` puts nemu and nemu-remote (PREFIX/bin) and their data
+# (PREFIX/share/nemu); DESTDIR, if given, is put before PREFIX, for packaging.
+PREFIX    ?= $(HOME)/.local
+DESTDIR   ?=
 
-.PHONY: all deps build run test bench fuzz headless clean
+.PHONY: all deps build run test bench fuzz headless install uninstall clean
 
 all: build
 
@@ -23,6 +27,15 @@ build: deps $(RELEASE)/build.ninja
 
 run: build
 	$(RELEASE)/nemu $(ARGS)
+
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(RELEASE) --prefix "$(PREFIX)"
+	@case ":$$PATH:" in *":$(PREFIX)/bin:"*) ;; \
+	    *) echo "Note: $(PREFIX)/bin is not on your PATH; add it, e.g. export PATH=\"$(PREFIX)/bin:\$$PATH\"";; esac
+
+uninstall:
+	rm -f "$(DESTDIR)$(PREFIX)/bin/nemu" "$(DESTDIR)$(PREFIX)/bin/nemu-remote"
+	rm -rf "$(DESTDIR)$(PREFIX)/share/nemu"
 
 $(ASAN)/build.ninja: | deps
 	cmake -S . -B $(ASAN) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DNEMU_SANITIZE=ON

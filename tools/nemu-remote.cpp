@@ -2,7 +2,8 @@
 //
 //   nemu-remote [--execute] [--instance N] TEXT...
 //
-// Exit status: 0 done, 1 no instance answers, 2 an unknown command or an error reply.
+// Exit status: 0 done, 1 no instance answers, 2 an unknown command or an error reply in
+// any group, a break, or a refusal. An execute hears only whether the text was run.
 #include "host/remote.h"
 
 #include <cerrno>
@@ -21,7 +22,9 @@ static const char Usage[] =
     "Sends TEXT (the words joined by blanks) to a running Nemu as a command and prints\n"
     "the reply. --execute asks for no reply, only whether it ran. --instance N picks the\n"
     "Nth running instance; without it $NEMU_SOCKET, else the first instance, is used.\n"
-    "Exit status: 0 done, 1 no instance answers, 2 unknown command or error reply.\n";
+    "Exit status: 0 done; 1 no instance answers; 2 when any command, or any bracketed\n"
+    "group of one, had an unknown name or replied an error, or the run was broken off.\n"
+    "With --execute only a break is known: unknown names and errors go unreported.\n";
 
 static bool WriteAll(int fd, const void* data, size_t n) {
     const char* p = static_cast<const char*>(data);
@@ -126,8 +129,9 @@ int main(int argc, char** argv) {
     }
     switch (reply[4]) {
     case REMOTE_DATA:
+    case REMOTE_DATA_FAILED:
         std::printf("%s\n", body.c_str());
-        return ReplyReportsError(body.c_str()) ? 2 : 0;
+        return reply[4] == REMOTE_DATA_FAILED ? 2 : 0;
     case REMOTE_ACK:
         if (!body.empty() && body[0]) return 0;
         std::fprintf(stderr, "nemu-remote: %s\n",

@@ -32,17 +32,20 @@ const char HelpText[] = "Usage: nemu [options] [files...]\n"
                         "                  and lines starting with # are skipped\n"
                         "  --help          show this text and end\n"
                         "\n"
-                        "Commands run after start-up, in the order given, and then the program ends. The\n"
-                        "exit status is 0 when every command ran, 2 when one was unknown or replied an\n"
-                        "error, and 1 when start-up failed.\n"
+                        "Commands run after start-up, in the order given, and then the program ends.\n"
+                        "Exit status: 0 when every command ran; 2 when any command, or any bracketed\n"
+                        "group of one, had an unknown name or replied an error (the others still run);\n"
+                        "1 when start-up failed; 128 plus the signal's number (130, 143) when SIGINT or\n"
+                        "SIGTERM stopped the run, which ends at the next command or break check.\n"
                         "\n"
                         "Remote commands: a running Nemu listens on a socket in $XDG_RUNTIME_DIR/nemu\n"
-                        "(else $XDG_CACHE_HOME/nemu/run); tools/nemu-remote sends commands to it, and\n"
-                        "programs that Nemu starts find it in $NEMU_SOCKET.\n"
+                        "(else $XDG_CACHE_HOME/nemu/run); the program nemu-remote, installed beside\n"
+                        "nemu, sends commands to it (see nemu-remote --help), and programs that Nemu\n"
+                        "starts find the socket in $NEMU_SOCKET.\n"
                         "\n"
-                        "Files: settings in $XDG_CONFIG_HOME/nemu (Nemu.INI, configs/), read-only data\n"
-                        "beside the program (data/ or ../share/nemu), temporary files in\n"
-                        "$XDG_CACHE_HOME/nemu.\n";
+                        "Files: settings and profiles in $XDG_CONFIG_HOME/nemu (Nemu.INI, configs/), the\n"
+                        "messages and other read-only data in data/ beside the program or, installed,\n"
+                        "in PREFIX/share/nemu, temporary files in $XDG_CACHE_HOME/nemu.\n";
 
 struct Options {
     bool Headless = false;
@@ -163,15 +166,19 @@ void RunBatch() {
         return;
     }
     for (const auto& text : BatchCommands) {
+        if (PlatformStopSignal()) break;
         *request = CommandRequest{};
         request->Text = text.c_str();
         RunCommandText(request);
+        // Each reply as soon as it stands, so that a long batch shows how far it got.
         std::printf("%s\n", request->Reply);
-        // An unknown name in a bracketed row still answers "[]": Known tells it apart.
-        if (!request->Known || ReplyReportsError(request->Reply)) BatchStatus = 2;
+        std::fflush(stdout);
+        // An unknown name in a bracketed row answers "[]" as a command without a result
+        // does, and an error may stand in any group: the host counts both.
+        if (RequestFaulty(request)) BatchStatus = 2;
         if (QuitFlag) break;
     }
-    std::fflush(stdout);
+    if (int signal = PlatformStopSignal()) BatchStatus = 128 + signal;
     delete request;
     QuitFlag = 1;
 }

@@ -493,12 +493,14 @@ void ReplyRemote(RemoteRequest* request) {
             RemoteAck(request->Client, 0);
         } else {
             const char* text = request->ResultText;
+            bool faulty = request->Faulty != 0;
             if (BreakRequested) {
                 text = "BREAK";
+                faulty = true;
                 BreakRequested = 0;
             }
             request->ResultText[sizeof request->ResultText - 1] = 0;
-            RemoteData(request->Client, text);
+            RemoteData(request->Client, text, faulty);
         }
     } else {
         RemoteAck(request->Client, BreakRequested ? 0 : 1);

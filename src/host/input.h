@@ -46,6 +46,7 @@ struct RemoteRequest {
     char* Text;            // private copy of the command text
     char ResultText[4100]; // filled by the command host
     uint32_t HasResult;    // the command host knew the command
+    uint32_t Faulty;       // a command of the text was unknown or replied an error
     uint32_t Atom;         // kept for the record's shape; the socket door has no atoms
     uintptr_t Client;      // the peer to answer
     uint32_t WantsData;    // 1 for a request (reply text wanted), 0 for an execute

@@ -8,6 +8,7 @@
 
 #include "host/input.h"
 #include "host/platform.h"
+#include "paint/draw_modes.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
 #include "ui/window.h"
@@ -219,6 +220,9 @@ void MainLoopPass() {
 // ---- The loop ------------------------------------------------------------------------------------------
 
 void MainLoopPrologue() {
+    // The switch starts off and is turned on here, once, so that a session paints
+    // anti-aliased from its first stroke; the switch's gadget shows it when there is one.
+    AntiAlias = !AntiAlias;
     DrainInput();
     OpenStartFiles();
     // The start script and the plug-in notice join here with the script host and the

@@ -91,10 +91,9 @@ extern int32_t StartPageWidth, StartPageHeight; // page size when no file is ope
 // (batch mode runs its commands here).
 extern void (*AfterStartHook)();
 
-// ---- Settings read at start ------------------------------------------------------------------
+// ---- Settings read at start (section Main) ----------------------------------------------------
 extern int32_t MainPanelX, MainPanelY; // WIN_X, WIN_Y of section Main, clamped to the screen
-extern int32_t SaveConfigOn;           // SaveConfig of section Main
-void ReadMainSettings();
+extern int32_t SaveConfigOn;           // SaveConfig of section Main: 0 keeps the profile as it was
 
 // ---- Idle work ---------------------------------------------------------------------------------
 // Panels that show a preview of the page refresh from here while the program is idle, one

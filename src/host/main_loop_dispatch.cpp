@@ -14,6 +14,7 @@
 #include "script/command_host.h"
 #include "store/bitmap.h"
 #include "store/undo.h"
+#include "ui/commands.h"
 #include "ui/window.h"
 
 #include <cmath>
@@ -25,9 +26,15 @@ namespace nemu {
 
 // ---- Remote commands and delivered pictures ------------------------------------------------
 
+// Once SIGINT or SIGTERM has asked the program to end, requests still queued are not
+// run, and one broken off on the way is told so: both hear "BREAK".
 static void RunThroughCommandHost(RemoteRequest* request) {
-    request->HasResult =
-        RunRemoteText(request->Text, request->ResultText, sizeof request->ResultText) ? 1 : 0;
+    if (!PlatformStopSignal())
+        request->HasResult = RunRemoteText(request->Text, request->ResultText, sizeof request->ResultText,
+                                           &request->Faulty)
+                                 ? 1
+                                 : 0;
+    if (PlatformStopSignal()) BreakRequested = 1;
     ReplyRemote(request);
 }
 
@@ -60,6 +67,9 @@ static void TakeQualifiers(const InputMsg* msg) {
     AltHeld = (msg->Qualifiers & QUAL_ALT) ? 1 : 0;
 }
 
+// The text a key record gives the key map: at most 15 bytes.
+constexpr int KeyTextSize = 16;
+
 static void DispatchKey(InputMsg* msg) {
     if (InputLocked) {
         if (ShiftHeld && CtrlHeld) UnlockInput();
@@ -71,11 +81,16 @@ static void DispatchKey(InputMsg* msg) {
         if (text[0] == ' ') EndDisplayHold();
         return;
     }
-    // The active field, or the window under the pointer, takes keys first; the key map
-    // takes the rest once the command table exists.
-    char text[32] = {};
-    int n = InputCharacters(msg, text, sizeof text - 1, 0);
-    WindowKey(text, n, msg->Code, msg->Qualifiers);
+    // The active field, or the window under the pointer, takes keys first. A modal window
+    // has the rest to itself, and a key pressed while a button is held belongs to the
+    // stroke; the key map takes what remains.
+    TakeQualifiers(msg);
+    char text[KeyTextSize] = {};
+    const int length = InputCharacters(msg, text, KeyTextSize - 1, 0);
+    if (WindowKey(text, length, msg->Code, msg->Qualifiers)) return;
+    if (ModalWindow) return;
+    if (LeftHeld || RightHeld) return;
+    HandleKey(msg->Code, text, msg->Qualifiers, length);
 }
 
 void DispatchInput(InputMsg* msg) {

@@ -20,8 +20,11 @@
 #include "project/mixer.h"
 #include "store/bitmap.h"
 #include "store/cache_file.h"
+#include "store/tile_store.h"
 #include "store/undo.h"
 #include "ui/catalog.h"
+#include "ui/commands.h"
+#include "ui/main_settings.h"
 #include "ui/requests.h"
 #include "ui/font.h"
 #include "ui/gadget.h"
@@ -29,6 +32,7 @@
 #include "ui/settings.h"
 #include "ui/ui_scale.h"
 #include "ui/window.h"
+#include "ui/sys_colours.h"
 
 #include <cerrno>
 #include <climits>
@@ -105,8 +109,12 @@ int SetupPlaces() {
     MakeFolders(configDir, 0700);
     HomeDir = configDir;
 
+    // A build keeps its data beside the binary; an installed program finds it under the
+    // prefix, as <prefix>/share/nemu beside <prefix>/bin.
     std::string bin = FolderOfProgram();
-    ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : bin + "/../share/nemu";
+    size_t slash = bin.find_last_of('/');
+    std::string prefix = slash == std::string::npos || slash == 0 ? std::string() : bin.substr(0, slash);
+    ProgramDir = IsFolder(bin + "/data") ? bin + "/data" : prefix + "/share/nemu";
 
     SetupTempDir();
 
@@ -142,6 +150,11 @@ static void ReadStartupKeys() {
     StartupGet("Tablet", value, "", sizeof value);
     TabletDisabled = strcasecmp(value, "no") == 0 ? 1 : 0;
     Border = StartupGetInt("BORDER", 1) ? 1 : 0;
+    Gauge = StartupGetInt("GAUGE", 1) ? 1 : 0;
+    // The machine file's key asks the question: 0 means save over files without asking.
+    NoOverwriteAsk = StartupGetInt("ZORRO", 1) == 0 ? 1 : 0;
+    StartupGet("BRENNDIR", value, "brenn", sizeof value);
+    ScriptFolder = value;
     StartupGet("PROJECT", value, "", sizeof value);
     if (*value) StartFiles = value;
     StartupGet("TEMP", value, "", sizeof value);
@@ -208,29 +221,20 @@ void BuildLumaTables() {
     }
 }
 
-static int Clamp(int v, int lo, int hi) {
-    return v < lo ? lo : v > hi ? hi : v;
+// The profile of this run. A first start has none named yet: it gets the default one,
+// made with its folder, so that what the run changes is kept; ProgramStart names it in
+// Nemu.INI at the end.
+static void UseStartProfile() {
+    if (!*LastConfig) {
+        std::snprintf(LastConfig, sizeof LastConfig, "%s", DefaultProfileName);
+        MakeFolders(HomeDir + "/configs", 0700);
+    }
+    LoadProfile(LastConfig);
 }
 
-void ReadMainSettings() {
-    int w = Screen ? Screen->Width : 0, h = Screen ? Screen->Height : 0;
-    MouseStyle = Clamp(ConfigGetInt("Main", "Mouse", 0), 0, 3);
-    Border = ConfigGetInt("Main", "Border", Border) ? 1 : 0;
-    SaveConfigOn = ConfigGetOn("Main", "SaveConfig", true) ? 1 : 0;
-    char mode[16];
-    ConfigGet("Main", "DisplayMode", mode, "Test", sizeof mode);
-    DisplayModeValue = strcasecmp(mode, "Best") == 0 ? 0 : strcasecmp(mode, "Fast") == 0 ? 1 : -1;
-    MainPanelX = Clamp(ConfigGetInt("Main", "WIN_X", (w - 128) / 2), 0, w - 128 > 0 ? w - 128 : 0);
-    MainPanelY = Clamp(ConfigGetInt("Main", "WIN_Y", (h - 385) / 2), 0, h - 385 > 0 ? h - 385 : 0);
-    char temp[4096];
-    ConfigGet("Main", "temp", temp, "", sizeof temp);
-    if (*temp) TempDir = WithSlash(temp);
-}
-
-// The interface toolkit: colours, scale, font and the settings of the windows. The font
-// comes last, as its size follows the scale.
+// The interface toolkit: scale, font and the settings of the windows; its colours were
+// read with section SysColors. The font comes last, as its size follows the scale.
 static void OpenToolkit() {
-    LoadSysColors();
     ChooseUiScale(PlatformDpi());
     FontOpen();
     LoadHelpMode();
@@ -257,10 +261,9 @@ static void HeadlessScreenSize(int* w, int* h) {
 
 int AppStart() {
     std::srand(unsigned(std::time(nullptr)));
-    if (!CatalogLoadGlobal()) {
-        PlatformMessageBox("Local file not found", "Nemu");
-        return -1; // not a failure of the program: it ends with status 0
-    }
+    // Without its texts the program still runs, with empty labels: the warning has named
+    // the folder where the catalog was looked for.
+    CatalogLoadGlobal();
     int sw = 0, sh = 0;
     if (StartBackend == BACKEND_HEADLESS) HeadlessScreenSize(&sw, &sh);
     bool open = PlatformOpen(StartBackend, sw, sh);
@@ -286,6 +289,7 @@ int AppStart() {
     BackColour = 0xFF005F9F;
     PageNotReady = 1;
     if (!ScreenAllocBuffers()) return FailStart(1000);
+    LoadSysColoursFromCatalog();
     PlatformRaise();
 
     MakeCurve(255, 255, PressureCurve);
@@ -301,7 +305,7 @@ int AppStart() {
     // is the start dialog's choice, which the command line makes until the dialog exists.
     const int32_t chosenWidth = StartPageWidth, chosenHeight = StartPageHeight;
     const bool fromFile = IdentifyStartFile(&StartPageWidth, &StartPageHeight);
-    if (*LastConfig) LoadProfile(LastConfig);
+    UseStartProfile();
     LoadFormatSettings();
     LoadRecentFiles();
     if (!ResizePageBuffers(StartPageWidth, StartPageHeight)) {
@@ -313,6 +317,7 @@ int AppStart() {
     if (!InitLayers()) return FailStart(1000); // the layer table, once the page has its size
 
     PageNotReady = 0;
+    ReadSysColours();
     char full[16];
     ConfigGet("Main", "FullScreen", full, "", sizeof full);
     if (strncasecmp(full, "on", 2) == 0) PlatformSetFullScreen(true);
@@ -335,13 +340,32 @@ int AppStart() {
     SetPointerShape(2);
     LoadPensSettings();
     LoadPressureSettings();
+    ReadMainColours();
     LoadToolSettings();
     LoadPanels(); // after the pens, whose values the panels show
+    KeyMapInit();
     if (BackPage) CopyBitmap(Page, BackPage);
     PlacePage(1);
     RefreshAll();
     SetPointerShape(0);
     return 0;
+}
+
+// Ends a run's settings: with SaveConfig on, everything the run changed is written;
+// with it off, the profile is read again from its file, so that only the key SaveConfig
+// can differ from what the run found, and the file is not touched unless it does.
+static void FinishSettings() {
+    if (SaveConfigOn) {
+        SaveSysColours();
+    } else {
+        LoadProfile(nullptr);
+        if (*LastConfig) LoadProfile(LastConfig);
+        char held[16];
+        ConfigGet("Main", "SaveConfig", held, "", sizeof held);
+        if (*held && !FlagValue(held)) return;
+    }
+    ConfigSet("Main", "SaveConfig", SaveConfigOn ? "1" : "0");
+    SaveConfig();
 }
 
 void AppFinish() {
@@ -351,20 +375,18 @@ void AppFinish() {
         SavePressureSettings();
         SaveToolSettings();
         SavePanels();
-        ConfigSetInt("Main", "WIN_X", MainPanelX);
-        ConfigSetInt("Main", "WIN_Y", MainPanelY);
+        SaveMainSettings();
         SaveFormatSettings();
+        KeyMapSave();
     }
     Cleanup();
-    ConfigSetOn("Main", "SaveConfig", SaveConfigOn != 0);
-    SaveConfig();
+    FinishSettings();
     LoadProfile(nullptr);
     CatalogFreeAll();
 }
 
 int AppMain() {
     int status = AppStart();
-    if (status < 0) return 0;
     if (status > 0) {
         CatalogFreeAll();
         return status;
@@ -380,6 +402,7 @@ void Cleanup() {
     // Windows, plug-ins, brushes, the project and the cache file join this list, in this
     // order, as they come: each is safe to free when it was never made.
     if (Screen) CancelTool(ToolMode);
+    KeyMapFree();
     CloseInputQueues();
     CloseHelpBubble();
     WindowDeleteAll();
@@ -393,7 +416,8 @@ void Cleanup() {
         HeldFlag = 0;
     }
     RemoteClose();
-    FreeLayers(); // the project and its table, before the pixel buffers and the cache
+    FreeLayers();    // the project and its table, before the pixel buffers and the cache
+    FreeTilePools(); // the tile records the clips of the project used, now all free
     DropMixer();
     if (Page && Page != PageBase) FreeBitmap(Page);
     FreeBitmap(PageBase);
@@ -406,6 +430,8 @@ void Cleanup() {
     std::free(ScratchList);
     WetBuffer = ScratchList = nullptr;
     CloseImageModules();
+    // The main loop's prologue turns the switch on: a later start begins from off again.
+    AntiAlias = 0;
     ScreenClose();
     PlatformClose();
     CloseCache();

@@ -25,6 +25,7 @@ struct Watch {
     WatchCallback Callback;
     void* User;
     short Events;
+    double Deadline; // PlatformSeconds at which the callback runs ready or not; 0 for none
 };
 static std::vector<Watch> Watches;
 
@@ -37,9 +38,13 @@ static std::vector<Timer> Timers;
 
 static int WakePipe[2] = {-1, -1};
 static volatile sig_atomic_t SignalClose = 0;
+// The signal that asked the program to end; unlike SignalClose it is not taken by the
+// close request, so that work already under way sees it at its break checks.
+static volatile sig_atomic_t StopSignal = 0;
 
-static void OnSignal(int) {
+static void OnSignal(int number) {
     SignalClose = 1;
+    StopSignal = number;
     if (WakePipe[1] >= 0) {
         char c = 1;
         ssize_t r = write(WakePipe[1], &c, 1);
@@ -87,14 +92,29 @@ bool TakeSignalClose() {
     return true;
 }
 
+// The wait shortened so that it ends by the earliest deadline of a watch.
+static int UntilDeadline(int timeoutMs) {
+    double first = 0;
+    for (const auto& w : Watches)
+        if (w.Deadline > 0 && (first == 0 || w.Deadline < first)) first = w.Deadline;
+    if (first == 0) return timeoutMs;
+    double ms = (first - PlatformSeconds()) * 1000.0;
+    int until = ms <= 0 ? 0 : ms > 1e9 ? 1000000000 : int(ms) + 1;
+    return timeoutMs < 0 ? until : std::min(timeoutMs, until);
+}
+
+static bool DeadlinePassed(const Watch& w, double now) {
+    return w.Deadline > 0 && now >= w.Deadline;
+}
+
 bool PollWatched(int extraFd, int timeoutMs) {
     std::vector<pollfd> fds;
     fds.reserve(Watches.size() + 2);
     if (WakePipe[0] >= 0) fds.push_back({WakePipe[0], POLLIN, 0});
     if (extraFd >= 0) fds.push_back({extraFd, POLLIN, 0});
     for (const auto& w : Watches) fds.push_back({w.Fd, w.Events, 0});
-    int n = poll(fds.data(), fds.size(), timeoutMs);
-    if (n <= 0) return false;
+    int n = poll(fds.data(), fds.size(), UntilDeadline(timeoutMs));
+    if (n < 0) return false;
     bool extraReady = false;
     size_t i = 0;
     if (WakePipe[0] >= 0) {
@@ -109,21 +129,28 @@ bool PollWatched(int extraFd, int timeoutMs) {
         extraReady = fds[i].revents != 0;
         i++;
     }
-    // Callbacks may add or remove watches, so run them from a copy of what was ready.
+    // Callbacks may add or remove watches, so run them from a copy of what was ready; a
+    // descriptor closed and opened again on the way is another watch, told by its User.
     std::vector<Watch> ready;
+    double now = PlatformSeconds();
     for (size_t k = 0; i + k < fds.size(); k++)
-        if (fds[i + k].revents) ready.push_back(Watches[k]);
+        if (fds[i + k].revents || DeadlinePassed(Watches[k], now)) ready.push_back(Watches[k]);
     for (const auto& w : ready) {
         bool still = false;
         for (const auto& cur : Watches)
-            if (cur.Fd == w.Fd && cur.Callback == w.Callback) still = true;
+            if (cur.Fd == w.Fd && cur.Callback == w.Callback && cur.User == w.User) still = true;
         if (still) w.Callback(w.Fd, w.User);
     }
     return extraReady;
 }
 
+int PlatformStopSignal() {
+    return StopSignal;
+}
+
 int PlatformOpen(PlatformBackend backend, int width, int height) {
     if (Ops) return 1;
+    SignalClose = StopSignal = 0;
     OpenWakePipe();
     const PlatformOps* ops = nullptr;
     if (backend == BACKEND_HEADLESS) ops = HeadlessOps();
@@ -144,6 +171,7 @@ void PlatformClose() {
     Timers.clear();
     Watches.clear();
     CloseWakePipe();
+    SignalClose = StopSignal = 0;
 }
 
 PlatformBackend PlatformKind() { return Kind; }
@@ -233,7 +261,12 @@ void PlatformFreeMsg(NativeMsg* msg) {
 
 void PlatformWatchFd(int fd, WatchCallback callback, void* user) {
     PlatformUnwatchFd(fd);
-    Watches.push_back({fd, callback, user, POLLIN});
+    Watches.push_back({fd, callback, user, POLLIN, 0});
+}
+
+void PlatformWatchFdDeadline(int fd, double at) {
+    for (auto& w : Watches)
+        if (w.Fd == fd) w.Deadline = at;
 }
 
 void PlatformWatchFdEvents(int fd, bool read, bool write) {

@@ -128,6 +128,10 @@ enum PlatformBackend { BACKEND_HEADLESS = 0, BACKEND_X11 = 1 };
 // size means the back end's choice (the full screen). Returns 1 on success.
 int PlatformOpen(PlatformBackend backend, int width, int height);
 void PlatformClose();
+// The number of the signal (SIGINT or SIGTERM) that asked the program to end since the
+// platform opened, else 0. It stays set until the platform closes: long work and the
+// runs of many commands look at it at their break checks and stop there.
+int PlatformStopSignal();
 PlatformBackend PlatformKind();
 bool PlatformIsOpen();
 
@@ -159,6 +163,10 @@ void PlatformUnwatchFd(int fd);
 // Which readiness of a watched descriptor runs its callback: readable (the default) and
 // writable (for output that had to wait). A hang-up or error runs it whatever is chosen.
 void PlatformWatchFdEvents(int fd, bool read, bool write);
+// Runs the callback of a watched descriptor once PlatformSeconds reaches at, ready or not,
+// and again at each later wait until the deadline is moved; 0 for none. It is how the
+// owner gives up on a peer that went quiet.
+void PlatformWatchFdDeadline(int fd, double at);
 
 // ---- Tablet -------------------------------------------------------------------------
 // Whether a pressure device is known to the back end.

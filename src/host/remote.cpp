@@ -6,9 +6,15 @@
 //
 // Nothing a client does can stall the program or grow its memory without bound: sockets
 // are non-blocking, input per client is one frame at most, a client may have only a few
-// commands in flight, and one whose replies pile up unread is dropped.
+// commands in flight, and one whose replies pile up unread is dropped. Nor can clients
+// lock the door by holding its slots: one that owes a whole message for RemoteIdleSeconds
+// is closed, and when every slot is taken the one idle longest makes room.
 //
-// Sections: folder and names; clients and output; reading frames; the listener; open and close.
+// A client that shuts down its sending side after its last message is still answered:
+// the end of its input means only that nothing more will come.
+//
+// Sections: clients and output; reading frames; the listener; open and close. The folder
+// and the socket names are in remote_folder.cpp.
 #include "host/remote.h"
 
 #include "host/platform.h"
@@ -28,95 +34,11 @@
 
 namespace nemu {
 
-constexpr size_t MaxClients = 128;
 constexpr int MaxOutstanding = 16;      // commands of one client posted and not yet answered
 constexpr size_t MaxPendingOut = 16384; // reply bytes the kernel would not take yet
 constexpr size_t FrameHeader = 5;
 
-// ---- Folder and names --------------------------------------------------------------------------
-
-int RemoteCheckFolder(const char* path, std::string* why) {
-    struct stat st;
-    std::string reason;
-    if (lstat(path, &st) != 0)
-        reason = std::string("cannot be made: ") + std::strerror(errno);
-    else if (S_ISLNK(st.st_mode))
-        reason = "is a symbolic link";
-    else if (!S_ISDIR(st.st_mode))
-        reason = "is not a folder";
-    else if (st.st_uid != geteuid())
-        reason = "belongs to another user";
-    else if ((st.st_mode & 07777) != 0700) {
-        char mode[32];
-        std::snprintf(mode, sizeof mode, "%04o", unsigned(st.st_mode & 07777));
-        reason = std::string("has mode ") + mode + ", not 0700";
-    }
-    if (reason.empty()) return 1;
-    if (why) *why = std::string(path) + " " + reason;
-    return 0;
-}
-
-static std::string CacheBase() {
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    if (cache && *cache == '/') return cache;
-    const char* home = std::getenv("HOME");
-    return std::string(home && *home ? home : "/nonexistent") + "/.cache";
-}
-
-// mkdir honours the umask, so the mode is set again, on the folder itself and not through
-// whatever a name might have been swapped for.
-static void MakePrivateFolder(const std::string& path) {
-    if (mkdir(path.c_str(), 0700) != 0) return;
-    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) return;
-    if (fchmod(fd, 0700) != 0) { /* the check that follows reports it */
-    }
-    close(fd);
-}
-
-std::string RemoteFolder(bool make, std::string* why) {
-    std::string folder;
-    const char* run = std::getenv("XDG_RUNTIME_DIR");
-    if (run && *run == '/') {
-        folder = std::string(run) + "/nemu";
-    } else {
-        // Never a shared folder such as /tmp: the user's own cache folder.
-        std::string base = CacheBase() + "/nemu";
-        if (make) {
-            mkdir(CacheBase().c_str(), 0700);
-            mkdir(base.c_str(), 0700);
-        }
-        folder = base + "/run";
-    }
-    if (make) MakePrivateFolder(folder);
-    if (!RemoteCheckFolder(folder.c_str(), why)) return "";
-    return folder;
-}
-
-std::string RemoteSocketName(int instance) {
-    std::string name = "Nemu.Commands";
-    if (instance > 1) name.append(".").append(std::to_string(instance));
-    return name;
-}
-
-int RemotePeerAllowed(int fd, uint32_t owner) {
-    struct ucred cred;
-    socklen_t size = sizeof cred;
-    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &size) != 0 || size != sizeof cred) return 0;
-    return cred.uid == owner ? 1 : 0;
-}
-
-bool ReplyReportsError(const char* reply) {
-    if (!reply) return false;
-    if (std::strcmp(reply, "BREAK") == 0) return true;
-    for (const char* p = reply; (p = std::strstr(p, "ERROR ")); p++) {
-        if (p != reply && p[-1] != '[') continue;
-        const char* n = p + 6;
-        if (*n == '-') n++;
-        if (*n >= '0' && *n <= '9') return true;
-    }
-    return false;
-}
+double RemoteIdleSeconds = RemoteIdleLimit;
 
 // ---- Clients and output ---------------------------------------------------------------------------
 
@@ -128,7 +50,9 @@ struct Client {
     uint8_t* Out;
     size_t OutLength, OutCapacity;
     int Outstanding;
-    bool Closing; // refused: goes once its last words are out
+    double IdleSince; // when it last had nothing in flight with us: connected, sent or answered
+    bool PeerDone;    // its input has ended; it goes once everything it asked is answered
+    bool Closing;     // refused or done: goes once its last words are out
 };
 
 static std::vector<Client*> Clients;
@@ -162,9 +86,32 @@ static void DropClient(Client* c) {
     delete c;
 }
 
+static bool Reading(const Client* c) {
+    return !c->Closing && !c->PeerDone && c->Outstanding < MaxOutstanding;
+}
+
+// Only a client with no command in flight can be idle: one that waits for a long command
+// owes us nothing.
+static bool Idle(const Client* c) {
+    return c->Outstanding == 0;
+}
+
 static void UpdateInterest(Client* c) {
-    bool read = !c->Closing && c->Outstanding < MaxOutstanding;
-    PlatformWatchFdEvents(c->Fd, read, c->OutLength > 0);
+    PlatformWatchFdEvents(c->Fd, Reading(c), c->OutLength > 0);
+    PlatformWatchFdDeadline(c->Fd, Idle(c) ? c->IdleSince + RemoteIdleSeconds : 0);
+}
+
+static bool WholeFrameWaits(const Client* c) {
+    if (c->InLength < 4) return false;
+    uint32_t count = uint32_t(c->In[0]) | uint32_t(c->In[1]) << 8 | uint32_t(c->In[2]) << 16 |
+                     uint32_t(c->In[3]) << 24;
+    return c->InLength >= 4 + size_t(count);
+}
+
+// A client whose input has ended and whose every command is answered has nothing more
+// to hear: it goes once its output is out. A part of a frame left at the end is dropped.
+static void CloseIfDone(Client* c) {
+    if (c->PeerDone && c->Outstanding == 0 && !WholeFrameWaits(c)) c->Closing = true;
 }
 
 // Writes what the kernel takes; false when the client is gone (and has been dropped).
@@ -232,6 +179,7 @@ static bool PostCommand(Client* c, uint8_t kind, const uint8_t* text, size_t len
     }
     std::memcpy(copy, text, length);
     copy[length] = 0;
+    c->IdleSince = PlatformSeconds();
     NativeMsg m;
     m.Message = kind == REMOTE_REQUEST ? WM_DDE_REQUEST : WM_DDE_EXECUTE;
     m.WParam = c->Id;
@@ -287,11 +235,17 @@ static void OnClientReady(int fd, void* user) {
         PlatformUnwatchFd(fd);
         return;
     }
+    if (Idle(c) && PlatformSeconds() - c->IdleSince >= RemoteIdleSeconds) {
+        DropClient(c); // silent, or stuck halfway through a message, for too long
+        return;
+    }
     if (c->OutLength > 0 && !FlushOut(c)) return;
-    bool reading = !c->Closing && c->Outstanding < MaxOutstanding;
-    if (!reading) {
+    if (!Reading(c)) {
         // Not listening to it now; only notice that it has gone.
-        if (HungUp(c->Fd)) DropClient(c);
+        if (HungUp(c->Fd))
+            DropClient(c);
+        else
+            UpdateInterest(c);
         return;
     }
     for (;;) {
@@ -306,7 +260,14 @@ static void OnClientReady(int fd, void* user) {
         }
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
-        DropClient(c); // end of file, or an error: the client has gone
+        if (n < 0) {
+            DropClient(c); // an error: the client has gone
+            return;
+        }
+        // End of input: the client may still be waiting for its answers.
+        c->PeerDone = true;
+        CloseIfDone(c);
+        FlushOut(c);
         return;
     }
     UpdateInterest(c);
@@ -316,9 +277,12 @@ static void Answer(uintptr_t client, uint8_t kind, const void* body, size_t leng
     Client* c = FindClient(client);
     if (!c) return; // gone in the meantime: nobody to tell
     if (c->Outstanding > 0) c->Outstanding--;
+    c->IdleSince = PlatformSeconds();
     if (!SendFrame(c, kind, body, length)) return;
     // Frames held back while it had too many in flight can go now.
-    if (TakeFrames(c) && FindClient(client)) UpdateInterest(c);
+    if (!TakeFrames(c) || !FindClient(client)) return;
+    CloseIfDone(c);
+    FlushOut(c);
 }
 
 void RemoteAck(uintptr_t client, int status) {
@@ -326,12 +290,24 @@ void RemoteAck(uintptr_t client, int status) {
     Answer(client, REMOTE_ACK, &byte, 1);
 }
 
-void RemoteData(uintptr_t client, const char* text) {
+void RemoteData(uintptr_t client, const char* text, bool faulty) {
     if (!text) text = "";
-    Answer(client, REMOTE_DATA, text, strnlen(text, RemoteReplyMax - 1));
+    Answer(client, faulty ? REMOTE_DATA_FAILED : REMOTE_DATA, text, strnlen(text, RemoteReplyMax - 1));
 }
 
 // ---- The listener --------------------------------------------------------------------------------------
+
+// Makes room for a new client when every slot is taken: the one idle longest goes. False
+// when every client has a command in flight.
+static bool MakeRoom() {
+    if (Clients.size() < RemoteMaxClients) return true;
+    Client* oldest = nullptr;
+    for (Client* c : Clients)
+        if (Idle(c) && (!oldest || c->IdleSince < oldest->IdleSince)) oldest = c;
+    if (!oldest) return false;
+    DropClient(oldest);
+    return true;
+}
 
 static void OnListenerReady(int, void*) {
     for (;;) {
@@ -341,7 +317,7 @@ static void OnListenerReady(int, void*) {
             return; // no more waiting, or out of descriptors for now
         }
         // The folder keeps other users out; the peer's credentials are the second lock.
-        if (!RemotePeerAllowed(fd, geteuid()) || Clients.size() >= MaxClients) {
+        if (!RemotePeerAllowed(fd, geteuid()) || !MakeRoom()) {
             close(fd);
             continue;
         }
@@ -352,8 +328,10 @@ static void OnListenerReady(int, void*) {
         }
         c->Fd = fd;
         c->Id = NextClientId++;
+        c->IdleSince = PlatformSeconds();
         Clients.push_back(c);
         PlatformWatchFd(fd, OnClientReady, reinterpret_cast<void*>(c->Id));
+        UpdateInterest(c);
     }
 }
 

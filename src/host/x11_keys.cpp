@@ -201,6 +201,12 @@ static int PressText(XKeyEvent* e, KeySym* resolved, uint32_t* out, int max) {
         if (status != XLookupKeySym && status != XLookupBoth) *resolved = XLookupKeysym(e, 0);
         int count = text ? DecodeUtf8(text, size_t(n > 0 ? n : 0), out, max) : 0;
         std::free(big);
+        // Shift and Tab types nothing through the input method; the key map knows it as a
+        // tab with Shift, as the plain lookup gives it.
+        if (count == 0 && max > 0 && *resolved == XK_ISO_Left_Tab) {
+            out[0] = KeysymToUnicode(XK_ISO_Left_Tab);
+            count = 1;
+        }
         return count;
     }
     n = XLookupString(e, text, size, resolved, nullptr);

@@ -4,6 +4,7 @@
 // Sections: new clips for a range; the range; stretch, onion and shift.
 #include "host/main_loop.h"
 #include "project/compose.h"
+#include "project/image_edit_parts.h"
 #include "project/layer_edit.h"
 #include "project/layer_undo.h"
 #include "store/tile_store.h"
@@ -34,54 +35,63 @@ static Clip* RangeClip(Clip* old, int32_t oldFirst, int32_t first, int32_t last,
     return made;
 }
 
-// A clip range change without resampling. One end changed: a step of images (kind 1),
-// with the cut images kept; both ends: the whole clip is kept (kind 8).
-static int ChangeClipRange(Layer* layer, int32_t first, int32_t last) {
+// count shared copies of image index of clip, in a new clip; null without memory.
+static Clip* RepeatedImage(Clip* clip, int32_t index, int32_t count) {
+    Clip* made = NewClipSized(clip->Name, clip->Width, clip->Height);
+    for (int32_t i = 0; made && i < count; i++) {
+        if (!clip->Ops.CopyImage(clip, index, made, made->ImageCount)) {
+            made->Ops.Free(made);
+            made = nullptr;
+        }
+    }
+    return made;
+}
+
+// One end moved: images held from the end image are added there, or the images beyond
+// the new end go, in place. The step (kind 1) holds the images that went, and undoing it
+// takes out the ones that came.
+static int MoveOneEnd(Layer* layer, int32_t first, int32_t last) {
     const int32_t oldFirst = layer->FirstImage, oldLast = layer->LastImage, count = layer->Clip->ImageCount;
-    Clip* made = RangeClip(layer->Clip, oldFirst, first, last, false, layer->Clip->Name);
+    const bool atStart = first != oldFirst;
+    const int32_t added = atStart ? oldFirst - first : last - oldLast; // below 0: images go
+    const int32_t index = atStart ? 0 : (added > 0 ? count : count + added);
+    Clip* incoming = nullptr;
+    if (added > 0 && !(incoming = RepeatedImage(layer->Clip, atStart ? 0 : count - 1, added))) {
+        AlertMsg(8169);
+        return 0;
+    }
+    if (!ExchangeImages(layer, index, added < 0 ? -added : 0, &incoming)) {
+        if (incoming) incoming->Ops.Free(incoming);
+        AlertMsg(8169);
+        return 0;
+    }
+    NameClip(incoming, 8214);
+    ClearLayerUndo();
+    UndoLayerId = layer->Id;
+    UndoClip = incoming;
+    UndoIndex = index;
+    UndoExtent = added > 0 ? added : 0;
+    UndoShift = oldFirst - first;
+    RecordLayerUndoMsg(1, 8215);
+    return 1;
+}
+
+// A clip range change without resampling. One end changed: done in place (MoveOneEnd);
+// both ends: a new clip of the images at their places, and the step keeps the whole
+// former clip (kind 8).
+static int ChangeClipRange(Layer* layer, int32_t first, int32_t last) {
+    if (first == layer->FirstImage || last == layer->LastImage) return MoveOneEnd(layer, first, last);
+    Clip* made = RangeClip(layer->Clip, layer->FirstImage, first, last, false, layer->Clip->Name);
     if (!made) {
         AlertMsg(8169);
         return 0;
     }
-    const bool startOnly = last == oldLast, endOnly = first == oldFirst;
-    Clip* cut = nullptr;
-    int32_t index = 0, extent = 0, shift = 0;
-    if (startOnly || endOnly) {
-        cut = NewClipSized(MsgGet(nullptr, 8214), layer->Clip->Width, layer->Clip->Height);
-        // The images that went: from the start, or after the new end.
-        int32_t from = startOnly ? 0 : std::max(0, last - oldFirst + 1);
-        int32_t to = startOnly ? std::min(count, first - oldFirst) : count;
-        bool ok = cut != nullptr;
-        for (int32_t i = from; ok && i < to; i++)
-            ok = layer->Clip->Ops.CopyImage(layer->Clip, i, cut, cut->ImageCount);
-        if (!ok) {
-            if (cut) cut->Ops.Free(cut);
-            made->Ops.Free(made);
-            AlertMsg(8169);
-            return 0;
-        }
-        // The images that came, in the new clip.
-        int32_t added = startOnly ? std::max(0, oldFirst - first) : std::max(0, last - oldLast);
-        index = startOnly ? 0 : made->ImageCount - added;
-        extent = added;
-        shift = oldFirst - first;
-    }
     ClearLayerUndo();
     UndoLayerId = layer->Id;
-    if (cut) {
-        layer->Clip->Ops.Free(layer->Clip);
-        UndoClip = cut;
-        UndoIndex = index;
-        UndoExtent = extent;
-        UndoShift = shift;
-        layer->Clip = made;
-        RecordLayerUndoMsg(1, 8215);
-    } else {
-        UndoClip = layer->Clip;
-        UndoShift = oldFirst - first;
-        layer->Clip = made;
-        RecordLayerUndoMsg(8, 8215);
-    }
+    UndoClip = layer->Clip;
+    UndoShift = layer->FirstImage - first;
+    layer->Clip = made;
+    RecordLayerUndoMsg(8, 8215);
     return 1;
 }
 

@@ -59,6 +59,9 @@ static int AppendImages(Clip* source, int32_t from, int32_t to, Clip* target) {
     return 1;
 }
 
+// The exchange touches only the images that change places: the ones that go out are
+// copied first (sharing their tiles), which is the one step that may run out of memory;
+// then they are dropped and the incoming ones are moved into their place, which cannot fail.
 int ExchangeImages(Layer* layer, int32_t index, int32_t extent, Clip** other) {
     if (!layer || !layer->Clip || !other) return 0;
     Clip* clip = layer->Clip;
@@ -66,20 +69,17 @@ int ExchangeImages(Layer* layer, int32_t index, int32_t extent, Clip** other) {
     int32_t heldCount = held ? held->ImageCount : 0;
     if (index < 0 || extent < 0 || index > clip->ImageCount || extent > clip->ImageCount - index) return 0;
     if (clip->ImageCount - extent + heldCount < 1) return 0; // a clip layer keeps one image at least
-    Clip* kept = NewClipSized(clip->Name, clip->Width, clip->Height);
+    if (held && (held->Width != clip->Width || held->Height != clip->Height)) return 0;
     Clip* taken = NewClipSized(held ? held->Name : clip->Name, clip->Width, clip->Height);
-    bool ok = kept && taken && AppendImages(clip, 0, index, kept) &&
-              (!held || AppendImages(held, 0, heldCount, kept)) &&
-              AppendImages(clip, index + extent, clip->ImageCount, kept) &&
-              AppendImages(clip, index, index + extent, taken);
-    if (!ok) {
-        if (kept) kept->Ops.Free(kept);
+    if (!taken || !AppendImages(clip, index, index + extent, taken)) {
         if (taken) taken->Ops.Free(taken);
         return 0;
     }
-    clip->Ops.Free(clip);
-    if (held) held->Ops.Free(held);
-    layer->Clip = kept;
+    DeleteImages(clip, index, extent);
+    if (held) {
+        MoveImages(held, 0, heldCount, clip, index);
+        held->Ops.Free(held);
+    }
     *other = taken;
     return 1;
 }

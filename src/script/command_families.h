@@ -13,5 +13,6 @@ extern const ScriptCommand ToolCommands[];
 extern const ScriptCommand UndoCommands[];
 extern const ScriptCommand FileCommands[];
 extern const ScriptCommand RequestCommands[];
+extern const ScriptCommand KeyCommands[];
 
 } // namespace nemu

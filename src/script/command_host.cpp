@@ -79,6 +79,7 @@ void ReplyError(CommandRequest* request, int number) {
         ReplyAppend(request, "");
         return;
     }
+    request->Failed++;
     ReplyFormat(request, "ERROR %d", number);
 }
 
@@ -108,7 +109,9 @@ static const char* GroupEnd(const char* p, const char** next) {
 }
 
 // Runs one command of length n at text: blanks for white space, the name lower-cased,
-// the arguments left as they are.
+// the arguments left as they are. The name is what stands before the first blank, so a
+// group that opens with white space ("[ om_nop]") has an empty name and runs nothing,
+// as an unknown name does: a stray blank must not quietly choose another reading.
 static void RunOne(CommandRequest* request, const char* text, size_t n) {
     char* command = new (std::nothrow) char[n + 1];
     ReplyState = 0;
@@ -119,9 +122,7 @@ static void RunOne(CommandRequest* request, const char* text, size_t n) {
     }
     for (size_t i = 0; i < n; i++) command[i] = IsSpace(text[i]) ? ' ' : text[i];
     command[n] = 0;
-    // Blanks before the name are passed over, so "[ om_nop ]" reads as it looks.
     char* name = command;
-    while (*name == ' ') name++;
     char* args = name;
     while (*args && *args != ' ') {
         *args = char(std::tolower(static_cast<unsigned char>(*args)));
@@ -133,6 +134,7 @@ static void RunOne(CommandRequest* request, const char* text, size_t n) {
     *args = saved;
     if (row) row->Handler(request, args);
     request->Known = row ? 1 : 0;
+    if (!row) request->Unknown++;
     delete[] command;
 }
 
@@ -141,14 +143,16 @@ void RunCommandText(CommandRequest* request) {
     // script); the outer run must find its two globals as it left them.
     int32_t outerBracket = BracketMode, outerState = ReplyState;
     request->Reply[0] = 0;
-    request->Known = 0;
+    request->Known = request->Unknown = request->Failed = 0;
     const char* p = request->Text ? SkipSpace(request->Text) : "";
+    // Once the program has been asked to end, no further command is begun: that is the
+    // break check between the commands of a long text.
     if (*p != '[') {
         BracketMode = 0;
-        RunOne(request, p, std::strlen(p));
+        if (!PlatformStopSignal()) RunOne(request, p, std::strlen(p));
     } else {
         BracketMode = 1;
-        while (*p == '[') {
+        while (*p == '[' && !PlatformStopSignal()) {
             const char* next;
             const char* end = GroupEnd(p, &next);
             RunOne(request, p + 1, size_t(end - (p + 1)));
@@ -160,10 +164,15 @@ void RunCommandText(CommandRequest* request) {
     ReplyState = outerState;
 }
 
-int RunRemoteText(const char* text, char* result, size_t size) {
+bool RequestFaulty(const CommandRequest* request) {
+    return request->Unknown > 0 || request->Failed > 0;
+}
+
+int RunRemoteText(const char* text, char* result, size_t size, uint32_t* faulty) {
     CommandRequest* request = new (std::nothrow) CommandRequest;
     if (!request) {
         if (size) std::snprintf(result, size, "ERROR -1");
+        if (faulty) *faulty = 1;
         return 0;
     }
     request->Text = text;
@@ -174,6 +183,7 @@ int RunRemoteText(const char* text, char* result, size_t size) {
         result[n] = 0;
     }
     int known = request->Known ? 1 : 0;
+    if (faulty) *faulty = RequestFaulty(request) ? 1 : 0;
     delete request;
     return known;
 }

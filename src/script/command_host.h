@@ -15,6 +15,8 @@ struct CommandRequest {
     const char* Text = nullptr; // the command text; not owned here
     char Reply[ReplySize] = {}; // result text, built by appending, always terminated
     uint32_t Known = 0;         // 1 when the last command's name was in the table
+    uint32_t Unknown = 0;       // commands of the text whose name was not in the table
+    uint32_t Failed = 0;        // error replies the text's commands wrote (ReplyError, not 0)
     uint32_t ItemAtom = 0;      // the remote item to hand back (transport's own use)
     uintptr_t Client = 0;       // the remote client to answer
     uint32_t WantsData = 0;     // 1: the reply is wanted; 0: only an acknowledgement
@@ -42,13 +44,19 @@ extern double ArgReal[MaxArgs];
 extern int32_t ArgInt[MaxArgs];
 
 // ---- Running ----------------------------------------------------------------------------
-// Runs every command of request->Text and leaves the reply in request->Reply. Safe to
-// nest: a handler may run another text, the outer run goes on as it was.
+// Runs every command of request->Text and leaves the reply in request->Reply, with Known,
+// Unknown and Failed counted afresh. Safe to nest: a handler may run another text, the
+// outer run goes on as it was. Once SIGINT or SIGTERM has asked the program to end, no
+// further command of the text runs.
 void RunCommandText(CommandRequest* request);
+// Whether any command of the last run was unknown or replied an error: what makes a
+// batch run or a remote client report failure, whichever group it was.
+bool RequestFaulty(const CommandRequest* request);
 // The door of remote clients: runs text and copies the reply (at most size - 1 bytes,
-// terminated) to result. Returns 1 when the last command was known, which tells a client
-// that asked for data whether a reply stands.
-int RunRemoteText(const char* text, char* result, size_t size);
+// terminated) to result; *faulty (when not null) is set as RequestFaulty says. Returns 1
+// when the last command was known, which tells a client that asked for data whether a
+// reply stands.
+int RunRemoteText(const char* text, char* result, size_t size, uint32_t* faulty = nullptr);
 // The row of a lower-case name, or null.
 const ScriptCommand* FindScriptCommand(const char* name);
 

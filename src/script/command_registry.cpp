@@ -14,6 +14,7 @@ const ScriptCommand* const CommandFamilies[] = {
     UndoCommands,
     FileCommands,
     RequestCommands,
+    KeyCommands,
     nullptr,
 };
 // clang-format on

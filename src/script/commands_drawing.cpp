@@ -124,19 +124,21 @@ void ToolStroke(double x0, double y0, double x1, double y1, int32_t pen, int32_t
 // ---- Commands
 // -----------------------------------------------------------------------------------------------
 
-// om_writepixel x y r g b a: the bytes as the page keeps them, premultiplied. Each is
-// limited to 0..255 and a colour to its alpha, so that no blend later meets a pixel
-// brighter than it is opaque.
+// The pixel word of four byte values given as r g b a, each limited to 0..255 and stored
+// as given. A colour above its alpha is not premultiplied: the script asked for exactly
+// that pixel, and the reference says what the page makes of it.
+static uint32_t GivenPixel(const int32_t* rgba) {
+    return uint32_t(Level(rgba[3])) << 24 | uint32_t(Level(rgba[0])) << 16 | uint32_t(Level(rgba[1])) << 8 |
+           uint32_t(Level(rgba[2]));
+}
+
+// om_writepixel x y r g b a: the bytes as the page keeps them.
 static void WritePixel(CommandRequest*, const char* args) {
     ReadArgs(args, 6);
     int x = ArgInt[0], y = ArgInt[1];
     if (!Page || x < 0 || y < 0 || x >= Page->Width || y >= Page->Height) return;
     CancelTool(ToolMode);
-    uint32_t a = uint32_t(Level(ArgInt[5]));
-    uint32_t r = uint32_t(std::clamp(ArgInt[2], 0, int(a)));
-    uint32_t g = uint32_t(std::clamp(ArgInt[3], 0, int(a)));
-    uint32_t b = uint32_t(std::clamp(ArgInt[4], 0, int(a)));
-    Page->Pixels[size_t(y) * size_t(Page->Width) + size_t(x)] = a << 24 | r << 16 | g << 8 | b;
+    Page->Pixels[size_t(y) * size_t(Page->Width) + size_t(x)] = GivenPixel(ArgInt + 2);
     AddDirtyAndMark(x, y, x, y);
     ShowPageArea(x, y, 1, 1);
 }
@@ -177,10 +179,7 @@ static void FastLine(CommandRequest*, const char* args) {
     ReadArgs(args, 8);
     if (!Page) return;
     BeginCommandStroke();
-    const uint32_t a = uint32_t(Level(ArgInt[7]));
-    const uint32_t colour = a << 24 | uint32_t(std::clamp(ArgInt[4], 0, int(a))) << 16 |
-                            uint32_t(std::clamp(ArgInt[5], 0, int(a))) << 8 |
-                            uint32_t(std::clamp(ArgInt[6], 0, int(a)));
+    const uint32_t colour = GivenPixel(ArgInt + 4);
     int64_t minX = INT64_MAX, minY = INT64_MAX, maxX = INT64_MIN, maxY = INT64_MIN;
     Bitmap* page = Page;
     WalkLinePixels(ArgInt[0], ArgInt[1], ArgInt[2], ArgInt[3], 0, 0, int64_t(page->Width) - 1,

@@ -1,6 +1,7 @@
 // Script commands of undo and of the spare page.
 #include "host/main_loop.h"
 #include "paint/pens.h"
+#include "paint/refill.h"
 #include "paint/tools.h"
 #include "script/command_families.h"
 #include "store/undo.h"
@@ -20,6 +21,15 @@ static void UpdateUndo(CommandRequest*, const char*) {
     CommitPage();
 }
 
+// om_redo pen: not a redo (a second om_undo is that) but a refill of the last fill mask,
+// with BPen when pen is not 0, else APen.
+static void Redo(CommandRequest*, const char* args) {
+    ReadArgs(args, 1);
+    Refill(ArgInt[0] != 0);
+}
+
+// om_sparekill: with a spare, the draw mode goes back to `color`, whatever it was, and
+// the spare is freed.
 static void SpareKill(CommandRequest*, const char*) {
     KillSpare();
 }
@@ -37,7 +47,8 @@ static void SpareSwap(CommandRequest* request, const char*) {
 }
 
 const ScriptCommand UndoCommands[] = {
-    {"om_undo", UndoLast},       {"om_updateundo", UpdateUndo}, {"om_sparekill", SpareKill},
+    {"om_undo", UndoLast},       {"om_updateundo", UpdateUndo}, {"om_redo", Redo},
+    {"om_sparekill", SpareKill},
     {"om_killspare", SpareKill}, {"om_sparecopy", SpareCopy},   {"om_copytospare", SpareCopy},
     {"om_spareswap", SpareSwap}, {"om_swap", SpareSwap},        {nullptr, nullptr},
 };

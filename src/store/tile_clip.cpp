@@ -90,20 +90,18 @@ static int StoreImageOp(Clip* clip, const Bitmap* bitmap, int index, int whole) 
 }
 
 static int DeleteImageOp(Clip* clip, int index) {
-    ClipImage* image = FindImage(clip, index);
-    if (!image) return 0;
-    RemoveImage(clip, image);
-    return 1;
+    return DeleteImages(clip, index, 1);
 }
 
 static int DuplicateImageOp(Clip* clip, int index) {
-    if (!FindImage(clip, index)) return 0;
+    ClipImage* source = FindImage(clip, index);
+    if (!source) return 0;
     ClipImage* copy = InsertEmptyImage(clip, index);
     if (!copy) {
         AlertMsg(1000);
         return 0;
     }
-    ShareImage(FindImage(clip, index), copy);
+    ShareImage(source, copy);
     return 1;
 }
 
@@ -135,6 +133,7 @@ static int MoveImageOp(Clip* clip, int fromIndex, Clip* target, int toIndex) {
     b->Flags = exchanged.Flags;
     b->Link = exchanged.Link;
     b->Stamp = ClipClock();
+    ImageListChanges++;
     return 1;
 }
 
@@ -161,7 +160,7 @@ static int64_t ImageBytesOp(Clip* clip, int index, uint32_t* stamp) {
 }
 
 static int FreeOp(Clip* clip) {
-    while (clip->Images) RemoveImage(clip, clip->Images);
+    DeleteImages(clip, 0, clip->ImageCount);
     delete clip;
     FreePackBuffer();
     return 1;

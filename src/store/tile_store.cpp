@@ -1,5 +1,5 @@
 // The tile store's core. Sections: tile pools and references, tile lists and geometry,
-// image lists, storing (the four-way search and recycling). The operations of a clip are
+// storing (the four-way search and recycling). The image lists are in store/image_list. The operations of a clip are
 // in store/tile_clip.
 #include "store/tile_store.h"
 
@@ -98,7 +98,7 @@ static uint32_t LinkAccount(int32_t numTile) {
 }
 
 TileLink* NewTileLink(int32_t numTile) {
-    TileLink* link = new (std::nothrow) TileLink{1, 0, 0, nullptr, nullptr, numTile};
+    TileLink* link = new (std::nothrow) TileLink{1, 0, 0, nullptr, nullptr, numTile, 0, 0};
     Tile** tiles = static_cast<Tile**>(std::calloc(size_t(numTile > 0 ? numTile : 1), sizeof(Tile*)));
     if (!link || !tiles) {
         delete link;
@@ -135,60 +135,6 @@ void TileRect(int32_t width, int32_t height, int32_t i, int* x, int* y, int* w, 
     *y = (i / cols) * TileSide;
     *w = width - *x < TileSide ? width - *x : TileSide;
     *h = height - *y < TileSide ? height - *y : TileSide;
-}
-
-// ---- Image lists ------------------------------------------------------------------------------
-
-uint32_t ClipClock() {
-    return PlatformTicks();
-}
-
-ClipImage* FindImage(const Clip* clip, int index) {
-    if (index < 0) return nullptr;
-    ClipImage* image = clip->Images;
-    while (image && index-- > 0) image = image->Next;
-    return image;
-}
-
-ClipImage* InsertEmptyImage(Clip* clip, int index) {
-    ClipImage* image = new (std::nothrow) ClipImage{nullptr, nullptr, ImageEmpty, ClipClock(), nullptr};
-    if (!image) return nullptr;
-    ClipImage* before = nullptr;
-    if (index >= 0 && clip->Images) {
-        before = clip->Images;
-        while (before->Next && index-- > 0) before = before->Next;
-    }
-    if (before) {
-        image->Prev = before;
-        image->Next = before->Next;
-        if (before->Next) before->Next->Prev = image;
-        before->Next = image;
-    } else {
-        image->Next = clip->Images;
-        if (clip->Images) clip->Images->Prev = image;
-        clip->Images = image;
-    }
-    clip->ImageCount++;
-    return image;
-}
-
-void RemoveImage(Clip* clip, ClipImage* image) {
-    if (image->Prev)
-        image->Prev->Next = image->Next;
-    else
-        clip->Images = image->Next;
-    if (image->Next) image->Next->Prev = image->Prev;
-    clip->ImageCount--;
-    ReleaseLink(image->Link);
-    delete image;
-}
-
-void ShareImage(ClipImage* source, ClipImage* copy) {
-    copy->Flags = source->Flags;
-    if ((source->Flags & ImageEmpty) || !source->Link) return;
-    source->Stamp = copy->Stamp = ClipClock();
-    copy->Link = source->Link;
-    copy->Link->RefCount++;
 }
 
 // ---- Storing ------------------------------------------------------------------------------------
@@ -280,6 +226,7 @@ int StoreTiles(Clip* clip, ClipImage* image, const Bitmap* bitmap, uint32_t kind
     ReleaseLink(old);
     image->Link = link;
     image->Flags = ImageStored;
+    ImageListChanges++;
     // The list is kept even with holes, since recycling may have consumed the old one;
     // the caller learns that the picture is not wholly stored and keeps its copy.
     return lost == 0;

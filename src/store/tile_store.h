@@ -32,6 +32,10 @@ struct TileLink {
     CacheFile* Base; // the picture reduced to fit in 64 pixels, unpacked; or null
     Tile** Tiles;    // row by row; a null is a tile that could not be stored
     int32_t NumTile;
+    // The stream writer's note of the first image of the clip being written that holds
+    // this list, valid while WritePass is the writer's present pass.
+    uint64_t WritePass;
+    int32_t FirstHolder;
 };
 
 constexpr int32_t ImageEmpty = 1;   // no picture stored yet
@@ -86,6 +90,14 @@ struct Clip {
     char Name[64] = {};
     int32_t Width = 0, Height = 0;
     ClipOps Ops = {};
+    // Kept by the image list helpers below, never by hand: the last image, and two
+    // remembered places in the list with their indexes, so that reaching an index costs
+    // the steps from the nearest of the ends and the places last used. Walking the list
+    // in order, or at two places at once as a reversal does, costs one step per image.
+    ClipImage* Last = nullptr;
+    mutable ClipImage* Mark[2] = {};
+    mutable int32_t MarkIndex[2] = {};
+    mutable int32_t OlderMark = 0;
 };
 
 // ---- Creation -----------------------------------------------------------------------------
@@ -109,11 +121,21 @@ void ReleaseTile(Tile* tile);
 int32_t TileCount(int32_t width, int32_t height);
 void TileRect(int32_t width, int32_t height, int32_t i, int* x, int* y, int* w, int* h);
 
-// Image list helpers.
+// Image list helpers. Every change of a list goes through these, which keep the clip's
+// places and count the change in ImageListChanges.
 ClipImage* FindImage(const Clip* clip, int index);
 // A new empty image placed behind index (first when negative, last when past the end).
 ClipImage* InsertEmptyImage(Clip* clip, int index);
 void RemoveImage(Clip* clip, ClipImage* image);
+// Removes images [index, index + count), dropping their lists. 1, or 0 for a bad range.
+int DeleteImages(Clip* clip, int index, int count);
+// Moves images [index, index + count) of from so that they stand behind image toIndex - 1
+// of to (first when toIndex is 0 or less, last when past the end), with their lists and
+// stamps: nothing is copied or allocated, so it cannot run out of memory. The clips must
+// differ and agree in size. 1, or 0 (nothing moved).
+int MoveImages(Clip* from, int index, int count, Clip* to, int toIndex);
+// Goes up with every change to any clip's image list or to the list an image holds.
+extern uint64_t ImageListChanges;
 // Makes copy show what source shows. Nothing is copied in the cache: a later store of
 // either image builds its own list, tile by tile, for the tiles that change.
 void ShareImage(ClipImage* source, ClipImage* copy);

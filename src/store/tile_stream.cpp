@@ -61,10 +61,34 @@ struct Input {
 
 // ---- Writing ----------------------------------------------------------------------------
 
-static int IndexOf(const Clip* clip, const ClipImage* image) {
-    int index = 0;
-    for (const ClipImage* i = clip->Images; i && i != image; i = i->Next) index++;
-    return index;
+// Which earlier image first held a list. A save writes a clip's images in order, so one
+// pass along the list answers for all of them: each list notes the first image that held
+// it, marked with the pass. The pass starts again for another clip, or after any change.
+struct WriterPass {
+    const Clip* Of = nullptr;
+    uint64_t Changes = 0;
+    uint64_t Number = 0;
+    int32_t Next = 0;        // the index of the first image not yet passed
+    ClipImage* At = nullptr; // that image
+};
+static WriterPass Pass;
+
+static int32_t FirstHolderIndex(const Clip* clip, const ClipImage* image, int32_t index) {
+    if (Pass.Of != clip || Pass.Changes != ImageListChanges) {
+        Pass.Of = clip;
+        Pass.Changes = ImageListChanges;
+        Pass.Number++;
+        Pass.Next = 0;
+        Pass.At = clip->Images;
+    }
+    for (; Pass.At && Pass.Next <= index; Pass.At = Pass.At->Next, Pass.Next++) {
+        TileLink* link = Pass.At->Link;
+        if (link && link->WritePass != Pass.Number) {
+            link->WritePass = Pass.Number;
+            link->FirstHolder = Pass.Next;
+        }
+    }
+    return image->Link->WritePass == Pass.Number ? image->Link->FirstHolder : index;
 }
 
 static void WriteBase(Output& out, const TileLink* link) {
@@ -137,13 +161,13 @@ int ClipWriteImage(Clip* clip, int index, FILE* file) {
     const TileLink* link = image->Link;
     if (!link) return WriteEmptyTiles(out, clip);
     if (link->RefCount >= 2) {
-        for (ClipImage* earlier = clip->Images; earlier != image; earlier = earlier->Next)
-            if (earlier->Link == link) {
-                out.Word(TagLink);
-                out.Word(uint32_t(IndexOf(clip, earlier)));
-                out.Word(0);
-                return !out.Failed;
-            }
+        int32_t earlier = FirstHolderIndex(clip, image, index);
+        if (earlier < index) {
+            out.Word(TagLink);
+            out.Word(uint32_t(earlier));
+            out.Word(0);
+            return !out.Failed;
+        }
     }
     out.Word(TagTiles);
     WriteBase(out, link);
@@ -259,6 +283,7 @@ static int ReadTiles(Clip* clip, int position, ClipImage* image, Input& in) {
     if (!link) return 0;
     image->Link = link;
     image->Flags = ImageStored;
+    ImageListChanges++;
     if (!ReadBaseBlock(in, link)) {
         Warning("damaged base picture");
         return 0;

@@ -161,7 +161,7 @@ void PageSizeChanged() {
     CancelTool(ToolMode);
     ToolState.ToolPhase = 0;
     if (SparePage && Page && (SparePage->Width != Page->Width || SparePage->Height != Page->Height))
-        KillSpare();
+        DropSpare();
     DirtyRect = DirtyBox();
     WetRect = WetBox();
     MustCommit = 1;

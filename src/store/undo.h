@@ -80,7 +80,11 @@ int CopyToSpare(int ask);
 // Exchanges page and spare, making a cleared spare when there is none. The exchange ends
 // the undo step: it cannot be undone. 0, or -1 when memory is short.
 int SwapSpare();
-// Frees the spare; the draw modes that need it give way to `color`.
+// The user's kill (om_sparekill): with a spare, the draw mode becomes `color` whatever it
+// was, and the spare is freed. Without one, nothing changes.
 void KillSpare();
+// Frees a spare that can no longer be used (the page changed size); only the draw modes
+// that read it give way to `color`.
+void DropSpare();
 
 } // namespace nemu

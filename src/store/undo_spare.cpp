@@ -10,23 +10,38 @@
 
 namespace nemu {
 
+// The draw modes this file names: `color`, and the two that read the spare.
+constexpr int32_t DM_COLOR = 0, DM_MERGE = 2, DM_IMPRESS = 13;
+
 // The draw modes that read the spare cannot stay selected without one.
 static bool ModeNeedsSpare() {
-    return DrawMode == 2 || DrawMode == 13;
+    return DrawMode == DM_MERGE || DrawMode == DM_IMPRESS;
 }
 
-void KillSpare() {
-    if (!SparePage) return;
-    if (ModeNeedsSpare()) SetDrawMode(0);
+static void FreeSpare() {
     FreeBitmap(SparePage);
     SparePage = nullptr;
+}
+
+// The user's kill puts the draw mode back to colour whatever it was: the command means
+// "done with the spare", and a script that gives it knows the mode it is left in.
+void KillSpare() {
+    if (!SparePage) return;
+    SetDrawMode(DM_COLOR);
+    FreeSpare();
+}
+
+void DropSpare() {
+    if (!SparePage) return;
+    if (ModeNeedsSpare()) SetDrawMode(DM_COLOR);
+    FreeSpare();
 }
 
 // The spare for the page's size; when memory is short the pointer shape `former` comes
 // back before the message, so that it does not show the busy pointer.
 static int MakeSpare(int former) {
     if (!Page) return 0;
-    if (SparePage && (SparePage->Width != Page->Width || SparePage->Height != Page->Height)) KillSpare();
+    if (SparePage && (SparePage->Width != Page->Width || SparePage->Height != Page->Height)) DropSpare();
     if (SparePage) return 1;
     SparePage = NewClearBitmap(Page->Width, Page->Height);
     if (SparePage) return 1;

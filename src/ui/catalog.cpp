@@ -147,20 +147,35 @@ static bool Exists(const std::string& path) {
     return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
+// Where a catalog is looked for, in order: an absolute name as it stands, or a relative
+// one under the settings folder; then the folder that the key Local names (the data
+// folder unless it says otherwise); then the plug-ins beside the data. The current folder
+// is never searched: a nemu.loc that happens to lie where the program was started must
+// not replace its texts.
+static int CatalogCandidates(const char* name, std::string out[3]) {
+    char local[4096];
+    StartupGet("Local", local, ProgramDir.c_str(), sizeof local);
+    int n = 0;
+    if (name[0] == '/') out[n++] = name;
+    else if (!HomeDir.empty()) out[n++] = HomeDir + "/" + name;
+    if (name[0] != '/') {
+        out[n++] = std::string(local) + "/" + name;
+        out[n++] = ProgramDir + "/plugins/" + name;
+    }
+    return n;
+}
+
 MsgCatalog* CatalogLoad(const char* name) {
+    if (!name || !*name) return nullptr;
     char value[256];
     StartupGet("LocalDebug", value, "", sizeof value);
     if (std::atoi(value) != 0 || strcasecmp(value, "on") == 0) LocalDebug = 1;
 
-    char local[4096];
-    StartupGet("Local", local, ProgramDir.c_str(), sizeof local);
-    std::string candidates[3] = {name, std::string(local) + "/" + name, ProgramDir + "/plugins/" + name};
+    std::string candidates[3];
+    const int count = CatalogCandidates(name, candidates);
     std::string path;
-    for (const auto& c : candidates)
-        if (Exists(c)) {
-            path = c;
-            break;
-        }
+    for (int i = 0; i < count && path.empty(); i++)
+        if (Exists(candidates[i])) path = candidates[i];
     if (path.empty()) return nullptr;
     FILE* f = std::fopen(path.c_str(), "r");
     if (!f) return nullptr;
@@ -177,9 +192,13 @@ MsgCatalog* CatalogLoad(const char* name) {
 }
 
 int CatalogLoadGlobal() {
-    MsgCatalog* c = CatalogLoad("nemu.loc");
+    static const char Name[] = "nemu.loc";
+    MsgCatalog* c = CatalogLoad(Name);
     if (!c) {
-        std::string text = "nemu.loc: file not found";
+        // The folder of the texts is the one to name: that is where the user puts them.
+        std::string candidates[3];
+        CatalogCandidates(Name, candidates);
+        std::string text = candidates[1] + ": file not found";
         Warn(text.c_str());
         return 0;
     }

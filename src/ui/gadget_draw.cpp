@@ -220,7 +220,7 @@ static void DrawLabel(GuiWindow* window, const Gadget* g, uint32_t fill) {
 }
 
 static void DrawCommandKey(GuiWindow* window, const Gadget* g, uint32_t fill) {
-    const char* key = g->Command && KeyForCommand ? KeyForCommand(g->Command) : nullptr;
+    const char* key = g->Command && CommandKeyText ? CommandKeyText(g->Command) : nullptr;
     if (!key || !*key) return;
     int gx, gy, gw, gh;
     GadgetPixelRect(g, &gx, &gy, &gw, &gh);

@@ -70,8 +70,8 @@ void HelpBubble(GuiWindow* window, Gadget* g) {
     std::vector<std::string> lines = Lines(text);
     std::string key;
     const char* command = g->HelpCommand ? g->HelpCommand : g->Command;
-    if (HelpMode >= 2 && command && KeyForCommand) {
-        const char* k = KeyForCommand(command);
+    if (HelpMode >= 2 && command && CommandKeyText) {
+        const char* k = CommandKeyText(command);
         if (k && *k) key = std::string(MsgGet(nullptr, MsgShortcut)) + " " + k;
     }
     int width = 0;

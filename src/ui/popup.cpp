@@ -19,7 +19,7 @@
 
 namespace nemu {
 
-const char* (*KeyForCommand)(const char* command) = nullptr;
+const char* (*CommandKeyText)(const char* command) = nullptr;
 
 // Layout units.
 constexpr int RowHeight = 16, SeparatorHeight = 7, Padding = 4, TextLeft = 18, SwatchSize = 10;
@@ -47,7 +47,7 @@ static bool Pickable(const PopupItem& item) {
 
 static const char* KeyOf(const PopupItem& item) {
     if (item.KeyText) return item.KeyText;
-    return item.Command && KeyForCommand ? KeyForCommand(item.Command) : nullptr;
+    return item.Command && CommandKeyText ? CommandKeyText(item.Command) : nullptr;
 }
 
 static int ScreenUnits(bool height) {

@@ -141,6 +141,8 @@ void ProgressStep(int64_t position, int64_t total) {
         }
     }
     if (ProgressBox.Step) ProgressBox.Step(position, total);
+    // SIGINT or SIGTERM breaks off long work as the box's Cancel does, box or no box.
+    if (PlatformStopSignal()) UserBreak = 1;
 }
 
 void ProgressClose() {

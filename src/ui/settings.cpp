@@ -29,14 +29,31 @@ static std::string Lower(const std::string& name) {
 }
 
 static std::string Bracketed(const char* section) {
-    if (section[0] == '[') return section;
     return std::string("[") + section + "]";
 }
 
-static ConfigSection* FindSection(ConfigFile* file, const char* section) {
+static bool HasLineBreak(const char* text) {
+    return std::strpbrk(text, "\r\n") != nullptr;
+}
+
+// What the parser could not read back as written: a section name that holds its own
+// brackets, a key that would read as a section or lose its leading blanks or its "=",
+// and a line break anywhere, which would start a line of its own.
+static bool WritableEntry(const char* section, const char* key, const char* value) {
+    if (!*section || std::strpbrk(section, "[]") || HasLineBreak(section)) return false;
+    if (!*key || *key == '[' || std::isspace(static_cast<unsigned char>(*key))) return false;
+    return !std::strchr(key, '=') && !HasLineBreak(key) && !HasLineBreak(value);
+}
+
+// Sections by their stored name, brackets included.
+static ConfigSection* FindStored(ConfigFile* file, const std::string& stored) {
     if (!file) return nullptr;
-    auto it = file->Index.find(Lower(Bracketed(section)));
+    auto it = file->Index.find(Lower(stored));
     return it == file->Index.end() ? nullptr : &file->Sections[it->second];
+}
+
+static ConfigSection* FindSection(ConfigFile* file, const char* section) {
+    return FindStored(file, Bracketed(section));
 }
 
 static ConfigKey* FindKey(ConfigSection* s, const char* key) {
@@ -44,16 +61,17 @@ static ConfigKey* FindKey(ConfigSection* s, const char* key) {
     return it == s->Index.end() ? nullptr : &s->Keys[it->second];
 }
 
-static ConfigSection* AddSection(ConfigFile* file, const char* section) {
-    if (ConfigSection* s = FindSection(file, section)) return s;
-    std::string name = Bracketed(section);
-    file->Index.emplace(Lower(name), file->Sections.size());
-    file->Sections.push_back(ConfigSection{name, {}, {}});
+static ConfigSection* AddStored(ConfigFile* file, const std::string& stored) {
+    if (ConfigSection* s = FindStored(file, stored)) return s;
+    file->Index.emplace(Lower(stored), file->Sections.size());
+    file->Sections.push_back(ConfigSection{stored, {}, {}});
     return &file->Sections.back();
 }
 
-static void SetIn(ConfigFile* file, const char* section, const char* key, const char* value) {
-    ConfigSection* s = AddSection(file, section);
+// Sets a key of a section given by its stored name; the parser's door, which takes what a
+// file holds as it stands.
+static void SetStored(ConfigFile* file, const std::string& stored, const char* key, const char* value) {
+    ConfigSection* s = AddStored(file, stored);
     if (ConfigKey* k = FindKey(s, key)) {
         k->Value = value;
         return;
@@ -86,7 +104,7 @@ struct ConfigParser {
             if (!close) return false; // the file holds what was read so far
             close[1] = 0;
             Section = line;
-            AddSection(File, line);
+            AddStored(File, Section);
             return true;
         }
         if (Section.empty()) return false; // a key before any section ends the file
@@ -98,7 +116,7 @@ struct ConfigParser {
             value = eq + 1;
             while (*value == ' ' || *value == '\t') value++;
         }
-        SetIn(File, Section.c_str(), line, value);
+        SetStored(File, Section, line, value);
         return true;
     }
 };
@@ -205,9 +223,20 @@ int ConfigGetIn(ConfigFile* handle, const char* section, const char* key, char* 
     return int(n);
 }
 
+// Sets a key for a caller: the name is bracketed here, and what could not be read back
+// is refused, with a warning, and changes nothing.
+static int SetIn(ConfigFile* file, const char* section, const char* key, const char* value) {
+    if (!WritableEntry(section, key, value)) {
+        Warning("settings: \"%s\" in section \"%s\" cannot be written; it is left out", key, section);
+        return 0;
+    }
+    SetStored(file, Bracketed(section), key, value);
+    return 1;
+}
+
 int ConfigSetIn(ConfigFile* handle, const char* section, const char* key, const char* value) {
     if (!handle || !section || !key || !value) return 0;
-    SetIn(handle, section, key, value);
+    if (!SetIn(handle, section, key, value)) return 0;
     handle->Changed++;
     return 1;
 }
@@ -228,8 +257,7 @@ int ConfigSet(const char* section, const char* key, const char* value) {
     if (!section || !key || !value) return 0;
     if (!CurrentConfig) CurrentConfig = new (std::nothrow) ConfigFile;
     if (!CurrentConfig) return 0;
-    SetIn(CurrentConfig, section, key, value);
-    return 1;
+    return SetIn(CurrentConfig, section, key, value);
 }
 
 int LoadConfig(const char* path) {

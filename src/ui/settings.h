@@ -33,7 +33,12 @@ struct ConfigFile {
 extern ConfigFile* CurrentConfig; // the current profile; null when none is loaded
 extern ConfigFile* MachineConfig; // Nemu.INI, open from start-up to exit
 
+// Copies the value of key in section (a name without brackets), or the default, cut to
+// size - 1 characters; returns its length, 0 for a null buffer or section.
 int ConfigGet(const char* section, const char* key, char* buffer, const char* defaultValue, size_t size);
+// Sets a key of section (a name without brackets: they are added here); 1 on success.
+// A name the file could not hold (brackets in the section, a key that begins with "[" or
+// a blank or holds "=", a line break anywhere) is refused with a warning: 0, nothing set.
 int ConfigSet(const char* section, const char* key, const char* value);
 int LoadConfig(const char* path);
 int LoadProfile(const char* name);

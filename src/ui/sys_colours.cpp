@@ -1,68 +1,120 @@
-// The interface colours: one row per colour with its settings key and the catalog message
-// of its default, read from and written to section SysColors as "red green blue".
-#include "ui/catalog.h"
+// The interface colours: one row per colour, with its key and its catalog message, and
+// the names the gadgets draw with, which are the same sixteen words.
+#include "ui/sys_colours.h"
+
 #include "ui/gadget.h"
+
+#include "host/screen.h"
+#include "ui/catalog.h"
 #include "ui/settings.h"
 
 #include <cstdio>
 
 namespace nemu {
 
-uint32_t INFOAREACOLOR = 0xFFE8E8E8, INFOAREATEXTCOLOR = 0xFF141414, BACKGROUNDCOLOR = 0xFFB2B2B2,
-         LAYOUTBACKGROUNDCOLOR = 0xFF5C5C60, DRAGBUTTONCOLOR = 0xFF9698A2, DRAGBUTTONSELECTCOLOR = 0xFF6C80A8,
-         STATBUTTONCOLOR = 0xFFC4C4C4, STATBUTTONSELECTCOLOR = 0xFFECC870, ACTIONBUTTONCOLOR = 0xFFCCCCCC,
-         ACTIONBUTTONSELECTCOLOR = 0xFF969696, DIALOGBUTTONCOLOR = 0xFFC0CADA,
-         DIALOGBUTTONSELECTCOLOR = 0xFF8496B8, TITLEBARCOLOR = 0xFF38588C, TITLEBARDESELECTCOLOR = 0xFF808080,
-         SYSBUTTONCOLOR = 0xFFC85448, COLORPENTEXTBOXCOLOR = 0xFF000000;
+namespace {
 
-static const struct {
+constexpr const char* Section = "SysColors";
+constexpr uint32_t OpaqueBlack = 0xFF000000;
+
+struct SysColourRow {
     const char* Key;
-    uint32_t* Colour;
-    uint32_t DefaultMessage;
-} SysColourRows[] = {
-    {"INFOAREACOLOR", &INFOAREACOLOR, 101},
-    {"INFOAREATEXTCOLOR", &INFOAREATEXTCOLOR, 102},
-    {"BACKGROUNDCOLOR", &BACKGROUNDCOLOR, 103},
-    {"LAYOUTBACKGROUNDCOLOR", &LAYOUTBACKGROUNDCOLOR, 104},
-    {"DRAGBUTTONCOLOR", &DRAGBUTTONCOLOR, 105},
-    {"DRAGBUTTONSELECTCOLOR", &DRAGBUTTONSELECTCOLOR, 106},
-    {"STATBUTTONCOLOR", &STATBUTTONCOLOR, 107},
-    {"STATBUTTONSELECTCOLOR", &STATBUTTONSELECTCOLOR, 108},
-    {"ACTIONBUTTONCOLOR", &ACTIONBUTTONCOLOR, 109},
-    {"ACTIONBUTTONSELECTCOLOR", &ACTIONBUTTONSELECTCOLOR, 110},
-    {"DIALOGBUTTONCOLOR", &DIALOGBUTTONCOLOR, 111},
-    {"DIALOGBUTTONSELECTCOLOR", &DIALOGBUTTONSELECTCOLOR, 112},
-    {"TITLEBARCOLOR", &TITLEBARCOLOR, 113},
-    {"TITLEBARDESELECTCOLOR", &TITLEBARDESELECTCOLOR, 114},
-    {"SYSBUTTONCOLOR", &SYSBUTTONCOLOR, 115},
-    {"COLORPENTEXTBOXCOLOR", &COLORPENTEXTBOXCOLOR, 116},
+    uint32_t Message; // the catalog's default
 };
 
-static bool ParseRgb(const char* text, uint32_t* colour) {
-    int r, g, b;
-    if (std::sscanf(text, "%d %d %d", &r, &g, &b) != 3) return false;
-    auto clamp = [](int v) { return uint32_t(v < 0 ? 0 : v > 255 ? 255 : v); };
-    *colour = 0xFF000000u | clamp(r) << 16 | clamp(g) << 8 | clamp(b);
-    return true;
+const SysColourRow Rows[SC_COUNT] = {
+    {"INFOAREACOLOR", 101},           {"INFOAREATEXTCOLOR", 102},     {"BACKGROUNDCOLOR", 103},
+    {"LAYOUTBACKGROUNDCOLOR", 104},   {"DRAGBUTTONCOLOR", 105},       {"DRAGBUTTONSELECTCOLOR", 106},
+    {"STATBUTTONCOLOR", 107},         {"STATBUTTONSELECTCOLOR", 108}, {"ACTIONBUTTONCOLOR", 109},
+    {"ACTIONBUTTONSELECTCOLOR", 110}, {"DIALOGBUTTONCOLOR", 111},     {"DIALOGBUTTONSELECTCOLOR", 112},
+    {"TITLEBARCOLOR", 113},           {"TITLEBARDESELECTCOLOR", 114}, {"SYSBUTTONCOLOR", 115},
+    {"COLORPENTEXTBOXCOLOR", 116},
+};
+
+// "r g b" of a colour word.
+void RgbText(uint32_t c, char* text, size_t size) {
+    std::snprintf(text, size, "%u %u %u", (c >> 16) & 255, (c >> 8) & 255, c & 255);
 }
+
+uint8_t Channel(int v) {
+    return uint8_t(v < 0 ? 0 : v > 255 ? 255 : v);
+}
+
+uint32_t FromRgb(const int rgb[3]) {
+    return OpaqueBlack | uint32_t(Channel(rgb[0])) << 16 | uint32_t(Channel(rgb[1])) << 8 | Channel(rgb[2]);
+}
+
+// The screen draws the surround itself; it learns the colour from here.
+void GiveSurroundToScreen() {
+    if (!Screen || Screen->FillColour == SysColour[SC_LAYOUTBACKGROUND]) return;
+    Screen->FillColour = SysColour[SC_LAYOUTBACKGROUND];
+    RepaintSurround(0, 0, Screen->Width, Screen->Height);
+}
+
+} // namespace
+
+// The colours of the shipped catalog, which a program without one draws with.
+uint32_t SysColour[SC_COUNT] = {
+    0xFFE8E8E8, 0xFF141414, 0xFFB2B2B2, 0xFF5C5C60, 0xFF9698A2, 0xFF6C80A8, 0xFFC4C4C4, 0xFFECC870,
+    0xFFCCCCCC, 0xFF969696, 0xFFC0CADA, 0xFF8496B8, 0xFF38588C, 0xFF808080, 0xFFC85448, 0xFF000000,
+};
+
+const char* SysColourKey(int index) {
+    return index >= 0 && index < SC_COUNT ? Rows[index].Key : "";
+}
+
+void LoadSysColoursFromCatalog() {
+    for (int i = 0; i < SC_COUNT; i++) {
+        int rgb[3];
+        if (std::sscanf(MsgGet(nullptr, Rows[i].Message), "%d %d %d", &rgb[0], &rgb[1], &rgb[2]) == 3)
+            SysColour[i] = FromRgb(rgb);
+    }
+}
+
+void ReadSysColours() {
+    for (int i = 0; i < SC_COUNT; i++) {
+        char held[32];
+        RgbText(SysColour[i], held, sizeof held);
+        int rgb[3];
+        ConfigGetColour(Section, Rows[i].Key, rgb, held);
+        SysColour[i] = FromRgb(rgb);
+    }
+    GiveSurroundToScreen();
+}
+
+void SaveSysColours() {
+    for (int i = 0; i < SC_COUNT; i++) {
+        char text[32];
+        RgbText(SysColour[i], text, sizeof text);
+        ConfigSet(Section, Rows[i].Key, text);
+    }
+}
+
+// ---- The gadgets' names for the colours -------------------------------------------------------
+
+uint32_t& INFOAREACOLOR = SysColour[SC_INFOAREA];
+uint32_t& INFOAREATEXTCOLOR = SysColour[SC_INFOAREATEXT];
+uint32_t& BACKGROUNDCOLOR = SysColour[SC_BACKGROUND];
+uint32_t& LAYOUTBACKGROUNDCOLOR = SysColour[SC_LAYOUTBACKGROUND];
+uint32_t& DRAGBUTTONCOLOR = SysColour[SC_DRAGBUTTON];
+uint32_t& DRAGBUTTONSELECTCOLOR = SysColour[SC_DRAGBUTTONSELECT];
+uint32_t& STATBUTTONCOLOR = SysColour[SC_STATBUTTON];
+uint32_t& STATBUTTONSELECTCOLOR = SysColour[SC_STATBUTTONSELECT];
+uint32_t& ACTIONBUTTONCOLOR = SysColour[SC_ACTIONBUTTON];
+uint32_t& ACTIONBUTTONSELECTCOLOR = SysColour[SC_ACTIONBUTTONSELECT];
+uint32_t& DIALOGBUTTONCOLOR = SysColour[SC_DIALOGBUTTON];
+uint32_t& DIALOGBUTTONSELECTCOLOR = SysColour[SC_DIALOGBUTTONSELECT];
+uint32_t& TITLEBARCOLOR = SysColour[SC_TITLEBAR];
+uint32_t& TITLEBARDESELECTCOLOR = SysColour[SC_TITLEBARDESELECT];
+uint32_t& SYSBUTTONCOLOR = SysColour[SC_SYSBUTTON];
+uint32_t& COLORPENTEXTBOXCOLOR = SysColour[SC_COLORPENTEXTBOX];
 
 void LoadSysColors() {
-    for (const auto& row : SysColourRows) {
-        ParseRgb(MsgGet(nullptr, row.DefaultMessage), row.Colour);
-        char value[64];
-        ConfigGet("SysColors", row.Key, value, "", sizeof value);
-        ParseRgb(value, row.Colour);
-    }
+    LoadSysColoursFromCatalog();
+    ReadSysColours();
 }
 
-void SaveSysColors() {
-    for (const auto& row : SysColourRows) {
-        char value[64];
-        uint32_t c = *row.Colour;
-        std::snprintf(value, sizeof value, "%u %u %u", (c >> 16) & 255, (c >> 8) & 255, c & 255);
-        ConfigSet("SysColors", row.Key, value);
-    }
-}
+void SaveSysColors() { SaveSysColours(); }
 
 uint32_t LightColour(uint32_t c) {
     uint32_t out = c & 0xFF000000u;

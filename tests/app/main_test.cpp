@@ -1,12 +1,19 @@
 // The program as a user starts it: command line, batch mode and exit status.
 #include "support/temp_files.h"
 
+#include <algorithm>
+#include <csignal>
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <spawn.h>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
+
+extern char** environ;
 
 namespace {
 
@@ -47,8 +54,9 @@ TEST(Program, HeadlessRunWithNothingToDoEndsCleanly) {
     // Nothing left behind: no temporary files, no socket.
     EXPECT_TRUE(Entries(std::string(std::getenv("XDG_CACHE_HOME")) + "/nemu").empty());
     EXPECT_TRUE(Entries(std::string(std::getenv("XDG_RUNTIME_DIR")) + "/nemu").empty());
-    EXPECT_EQ(Entries(std::string(std::getenv("XDG_CONFIG_HOME")) + "/nemu"),
-              std::vector<std::string>{"Nemu.INI"});
+    std::vector<std::string> settings = Entries(std::string(std::getenv("XDG_CONFIG_HOME")) + "/nemu");
+    std::sort(settings.begin(), settings.end());
+    EXPECT_EQ(settings, (std::vector<std::string>{"Nemu.INI", "configs"}));
 }
 
 TEST(Program, BatchCommandsPrintOneReplyALine) {
@@ -66,6 +74,63 @@ TEST(Program, UnknownCommandOrErrorGivesStatus2) {
     EXPECT_EQ(r.Output, "\n[640]\n"); // the later command still runs
     r = Nemu("--headless -c 'om_loadimage'");
     EXPECT_EQ(r.Status, 2);
+}
+
+TEST(Program, AFaultInAnyGroupOfAnyCommandGivesStatus2) {
+    ProgramRun r = Nemu("--headless -c '[om_nosuchthing] [om_getwidth]'");
+    EXPECT_EQ(r.Output, "[][640]\n");
+    EXPECT_EQ(r.Status, 2);
+    r = Nemu("--headless -c '[om_getwidth] [ om_getheight]' -c om_getheight");
+    EXPECT_EQ(r.Output, "[640][]\n480\n");
+    EXPECT_EQ(r.Status, 2);
+    r = Nemu("--headless -c '[om_readuserstring] [om_getwidth]' -c om_getheight");
+    EXPECT_EQ(r.Output, "[ERROR -1][640]\n480\n");
+    EXPECT_EQ(r.Status, 2);
+    // A result that only reads like an error is a result.
+    r = Nemu("--headless -c '[om_writeuserstring S K ERROR 5] [om_readuserstring S K]'");
+    EXPECT_EQ(r.Output, "[][ERROR 5]\n");
+    EXPECT_EQ(r.Status, 0);
+}
+
+TEST(Program, SigtermStopsALongBatchAtTheNextCommand) {
+    const int commands = 200;
+    std::string script = TempPath("long.txt"), lines;
+    for (int i = 0; i < commands; i++) lines += "[om_clear] [om_getwidth]\n";
+    WriteFile(script, lines);
+    int out[2];
+    ASSERT_EQ(pipe(out), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    std::vector<std::string> args = {NEMU_BINARY_DIR "/nemu", "--headless", "--size", "2000x2000", "--script",
+                                     script};
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    ASSERT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+    // Once the first reply stands the batch is under way.
+    std::string output;
+    char c;
+    while (output.find('\n') == std::string::npos && read(out[0], &c, 1) == 1) output += c;
+    kill(pid, SIGTERM);
+    char buf[4096];
+    ssize_t n;
+    while ((n = read(out[0], buf, sizeof buf)) > 0) output.append(buf, size_t(n));
+    close(out[0]);
+    int st = 0;
+    ASSERT_EQ(waitpid(pid, &st, 0), pid);
+    // It ended by itself, with the status that tells of the signal, long before the end.
+    ASSERT_TRUE(WIFEXITED(st));
+    EXPECT_EQ(WEXITSTATUS(st), 128 + SIGTERM);
+    size_t replies = 0;
+    for (char ch : output) replies += ch == '\n';
+    EXPECT_GE(replies, 1u);
+    EXPECT_LT(replies, size_t(commands) / 2);
 }
 
 TEST(Program, ScriptFileSkipsBlankAndCommentLines) {

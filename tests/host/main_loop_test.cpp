@@ -8,7 +8,12 @@
 #include "paint/tools.h"
 #include "support/temp_files.h"
 #include "ui/catalog.h"
+#include "ui/main_settings.h"
 #include "ui/settings.h"
+#include "ui/sys_colours.h"
+
+#include <algorithm>
+#include <sys/stat.h>
 
 using namespace nemu;
 
@@ -212,6 +217,28 @@ TEST(MainLoop, MainPanelPositionIsClampedToTheScreen) {
     LoadProfile(nullptr);
 }
 
+TEST(Startup, InterfaceColoursAreLimitedKeptAndGiveTheSurround) {
+    HeadlessHost host(200, 200, 50, 50, 20, 20);
+    uint32_t saved[SC_COUNT];
+    std::copy(SysColour, SysColour + SC_COUNT, saved);
+    ConfigSet("SysColors", "LAYOUTBACKGROUNDCOLOR", "1 2 300");
+    ConfigSet("SysColors", "INFOAREACOLOR", "-4 5 6");
+    ReadSysColours();
+    EXPECT_EQ(SysColour[SC_LAYOUTBACKGROUND], 0xFF0102FFu);
+    EXPECT_EQ(SysColour[SC_INFOAREA], 0xFF000506u);
+    EXPECT_EQ(SysColour[SC_TITLEBAR], saved[SC_TITLEBAR]) << "a missing key keeps the colour held";
+    EXPECT_EQ(ScreenPixel(2, 2), 0xFF0102FFu) << "the surround is repainted at once";
+    LoadProfile(nullptr);
+    SaveSysColours();
+    char text[32];
+    ConfigGet("SysColors", "INFOAREACOLOR", text, "", sizeof text);
+    EXPECT_STREQ(text, "0 5 6");
+    ConfigGet("SysColors", SysColourKey(SC_COLORPENTEXTBOX), text, "", sizeof text);
+    EXPECT_STREQ(text, "0 0 0");
+    LoadProfile(nullptr);
+    std::copy(saved, saved + SC_COUNT, SysColour);
+}
+
 TEST(Startup, BadMachineFilesGiveTheDefaults) {
     static const char binary[] = "\x01\x02\x00\xff\xfe binary\n\x00\x00[STARTUP\nBORDER=0\n";
     const std::string bad[] = {"", std::string(binary, sizeof binary - 1), "BORDER=0\n"};
@@ -261,6 +288,14 @@ TEST(Startup, AppStartBuildsAPlacedPageAndCleanupLeavesNothing) {
     Cleanup(); // twice is harmless
     EXPECT_EQ(MemoryInUse, before);
     EXPECT_EQ(Screen, nullptr);
+    // A first start takes the default profile, in a folder of its own.
+    EXPECT_STREQ(LastConfig, DefaultProfileName);
+    ASSERT_NE(CurrentConfig, nullptr);
+    EXPECT_EQ(CurrentConfig->Path, ProfilePath(DefaultProfileName));
+    struct stat st;
+    EXPECT_EQ(stat((HomeDir + "/configs").c_str(), &st), 0);
+    LoadProfile(nullptr);
+    LastConfig[0] = 0;
     CloseConfig(MachineConfig);
     MachineConfig = nullptr;
     CatalogFreeAll();

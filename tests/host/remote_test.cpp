@@ -5,6 +5,7 @@
 #include "host_fixture.h"
 #include "support/temp_files.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/fsuid.h>
@@ -22,6 +23,9 @@ extern char** environ;
 using namespace nemu;
 
 namespace {
+
+// The command host's own runner, which the door of most tests replaces.
+void (*const CommandHostRun)(RemoteRequest*) = RunRemoteCommand;
 
 void Echo(RemoteRequest* request) {
     std::snprintf(request->ResultText, sizeof request->ResultText, "echo:%s", request->Text);
@@ -157,8 +161,28 @@ struct Door : HeadlessHost {
         EXPECT_EQ(RemoteOpen(), 1);
         Path = RemoteSocketPath();
     }
+    ~Door() {
+        RunRemoteCommand = CommandHostRun;
+        RemoteIdleSeconds = RemoteIdleLimit;
+        BreakRequested = 0; // an execute's break is not taken by its answer
+    }
     std::string Path;
 };
+
+// Whether the server has closed a connection: its end reads as end of file.
+bool ClosedByServer(int fd) {
+    char c;
+    return recv(fd, &c, 1, MSG_DONTWAIT) == 0;
+}
+
+// Serves the door for a while.
+void ServeFor(double seconds) {
+    double start = PlatformSeconds();
+    while (PlatformSeconds() - start < seconds) {
+        WaitForInput(1);
+        PumpAndDispatch(!LeftHeld && !RightHeld);
+    }
+}
 
 } // namespace
 
@@ -174,12 +198,24 @@ TEST(Remote, RequestExecuteAndUnknown) {
     RunRemoteCommand = [](RemoteRequest* r) { ReplyRemote(r); }; // nothing known
     Child c = RunTool({"om_nothing"});
     EXPECT_EQ(c.Status, 2);
+    // Text that merely reads like an error is not one: the command host says what failed.
     RunRemoteCommand = [](RemoteRequest* r) {
         std::strcpy(r->ResultText, "[12][ERROR -1]");
         r->HasResult = 1;
         ReplyRemote(r);
     };
-    EXPECT_EQ(RunTool({"x"}).Status, 2);
+    Child d = RunTool({"x"});
+    EXPECT_EQ(d.Status, 0);
+    EXPECT_EQ(d.Output, "[12][ERROR -1]\n");
+    RunRemoteCommand = [](RemoteRequest* r) {
+        std::strcpy(r->ResultText, "[][12]");
+        r->HasResult = 1;
+        r->Faulty = 1;
+        ReplyRemote(r);
+    };
+    Child e = RunTool({"x"});
+    EXPECT_EQ(e.Status, 2);
+    EXPECT_EQ(e.Output, "[][12]\n");
 }
 
 TEST(Remote, CommandsRunThroughTheCommandHost) {
@@ -188,6 +224,42 @@ TEST(Remote, CommandsRunThroughTheCommandHost) {
     Child c = RunTool({"[om_getwidth]", "[om_getheight]"});
     EXPECT_EQ(c.Output, "[40][30]\n");
     EXPECT_EQ(c.Status, 0);
+    // A fault in any group, not only the last, is reported.
+    Child unknown = RunTool({"[om_nosuchthing] [om_getwidth]"});
+    EXPECT_EQ(unknown.Output, "[][40]\n");
+    EXPECT_EQ(unknown.Status, 2);
+    Child blank = RunTool({"[ om_getwidth] [om_getheight]"});
+    EXPECT_EQ(blank.Output, "[][30]\n");
+    EXPECT_EQ(blank.Status, 2);
+    Child error = RunTool({"[om_readuserstring] [om_getheight]"});
+    EXPECT_EQ(error.Output, "[ERROR -1][30]\n");
+    EXPECT_EQ(error.Status, 2);
+    // An execute is acknowledged by its status alone, which cannot tell of that.
+    EXPECT_EQ(RunTool({"--execute", "[om_nosuchthing] [om_getwidth]"}).Status, 0);
+}
+
+TEST(Remote, ASignalToEndAnswersQueuedRequestsWithABreak) {
+    Door door;
+    RunRemoteCommand = CommandHostRun;
+    QueueButton(WM_LBUTTONDOWN, 20, 20); // holds what arrives in the queue
+    PumpAndDispatch(1);
+    Child request = SpawnTool({"om_getwidth"});
+    Child execute = SpawnTool({"--execute", "om_nop"});
+    double start = PlatformSeconds();
+    while (RemoteQueueLength() < 2 && PlatformSeconds() - start < 20) {
+        WaitForInput(1);
+        PumpAndDispatch(0);
+    }
+    ASSERT_EQ(RemoteQueueLength(), 2);
+    std::raise(SIGTERM);
+    QueueButton(WM_LBUTTONUP, 20, 20);
+    ServeUntilDone({&request, &execute});
+    EXPECT_EQ(request.Output, "BREAK\n");
+    EXPECT_EQ(request.Status, 2);
+    EXPECT_EQ(execute.Status, 2);
+    EXPECT_EQ(PlatformStopSignal(), SIGTERM);
+    QuitFlag = 0;
+    CloseRequest = 0;
 }
 
 TEST(Remote, BreakIsReportedAndCleared) {
@@ -421,6 +493,100 @@ TEST(Remote, SilentAndVanishingClientsStallNothing) {
     EXPECT_EQ(RemoteQueueLength(), 0);
     EXPECT_EQ(RemoteClientCount(), 1); // only the silent one is left
     close(silent);
+}
+
+TEST(Remote, QuietOrHalfSentClientsAreClosedButWaitingOnesAreNot) {
+    Door door;
+    RemoteIdleSeconds = 0.3;
+    int silent = ConnectTo(door.Path.c_str());
+    int partial = ConnectTo(door.Path.c_str());
+    int trickle = ConnectTo(door.Path.c_str());
+    ASSERT_GE(silent, 0);
+    ASSERT_GE(partial, 0);
+    ASSERT_GE(trickle, 0);
+    std::string f = Frame(REMOTE_REQUEST, "never finished");
+    ASSERT_EQ(write(partial, f.data(), 7), 7);
+    // A client whose command waits in the queue owes nothing, however long it waits.
+    QueueButton(WM_LBUTTONDOWN, 20, 20);
+    PumpAndDispatch(1);
+    int waiting = ConnectTo(door.Path.c_str());
+    std::string w = Frame(REMOTE_REQUEST, "patient");
+    ASSERT_EQ(write(waiting, w.data(), w.size()), ssize_t(w.size()));
+    // Bytes that never make a whole message do not keep a client: the clock runs from
+    // its last whole message.
+    for (size_t i = 0; i < 6; i++) {
+        if (write(trickle, f.data() + i, 1) != 1) break; // already closed
+        double start = PlatformSeconds();
+        while (PlatformSeconds() - start < 0.1) {
+            WaitForInput(1);
+            PumpAndDispatch(0);
+        }
+    }
+    EXPECT_TRUE(ClosedByServer(silent));
+    EXPECT_TRUE(ClosedByServer(partial));
+    EXPECT_TRUE(ClosedByServer(trickle));
+    EXPECT_FALSE(ClosedByServer(waiting));
+    EXPECT_EQ(RemoteClientCount(), 1);
+    QueueButton(WM_LBUTTONUP, 20, 20);
+    ServeFor(0.1);
+    auto reply = ReadFrame(waiting);
+    EXPECT_EQ(reply.first, REMOTE_DATA);
+    EXPECT_EQ(reply.second, "echo:patient");
+    // Answered, it is idle again, and goes in its turn.
+    ServeFor(0.5);
+    EXPECT_TRUE(ClosedByServer(waiting));
+    EXPECT_EQ(RemoteClientCount(), 0);
+    for (int fd : {silent, partial, trickle, waiting}) close(fd);
+}
+
+TEST(Remote, WhenEverySlotIsTakenTheLongestIdleMakesRoom) {
+    Door door;
+    std::vector<int> idle;
+    for (size_t i = 0; i < RemoteMaxClients; i++) {
+        idle.push_back(ConnectTo(door.Path.c_str()));
+        ASSERT_GE(idle.back(), 0);
+        // Accepted one by one (the listening queue is shorter than the slots); the first
+        // two are clearly the oldest.
+        if (i < 2)
+            ServeFor(0.02);
+        else
+            PumpAndDispatch(1);
+    }
+    ServeFor(0.1);
+    ASSERT_EQ(size_t(RemoteClientCount()), RemoteMaxClients);
+    Child c = RunTool({"one", "more"});
+    EXPECT_EQ(c.Output, "echo:one more\n");
+    EXPECT_TRUE(ClosedByServer(idle[0]));
+    EXPECT_FALSE(ClosedByServer(idle[1]));
+    EXPECT_FALSE(ClosedByServer(idle.back()));
+    for (int fd : idle) close(fd);
+}
+
+TEST(Remote, AClientThatShutsItsSendingSideStillGetsItsReplies) {
+    Door door;
+    std::string path = door.Path;
+    Child halfClosed = Fork([&] {
+        int fd = ConnectTo(path.c_str());
+        std::string f = Frame(REMOTE_REQUEST, "first") + Frame(REMOTE_REQUEST, "second");
+        if (write(fd, f.data(), f.size()) != ssize_t(f.size())) return 5;
+        shutdown(fd, SHUT_WR); // as socat and nc -N do at the end of their input
+        auto a = ReadFrame(fd);
+        auto b = ReadFrame(fd);
+        if (a.first != REMOTE_DATA || a.second != "echo:first") return 1;
+        if (b.first != REMOTE_DATA || b.second != "echo:second") return 2;
+        return ReadFrame(fd).first == 0 ? 0 : 3; // and then the server closes
+    });
+    Child cutShort = Fork([&] {
+        int fd = ConnectTo(path.c_str());
+        std::string f = Frame(REMOTE_REQUEST, "never whole");
+        if (write(fd, f.data(), 8) != 8) return 5;
+        shutdown(fd, SHUT_WR); // a message that can never end
+        return ReadFrame(fd).first == 0 ? 0 : 1;
+    });
+    ServeUntilDone({&halfClosed, &cutShort});
+    EXPECT_EQ(halfClosed.Status, 0);
+    EXPECT_EQ(cutShort.Status, 0);
+    EXPECT_EQ(RemoteClientCount(), 0);
 }
 
 TEST(Remote, AClientThatNeverReadsIsDropped) {

@@ -137,6 +137,17 @@ TEST_F(X11InputTest, ControlAltAndSpecialKeys) {
     EXPECT_NE(trace.find("D219 C91 U219"), std::string::npos) << trace;
 }
 
+// The keys that edit type their control characters, which the key map names them by;
+// Shift and Tab among them, which the input method alone would leave without text.
+TEST_F(X11InputTest, EditingKeysTypeTheirControlCharacters) {
+    ASSERT_TRUE(RunXdotool({"key", "shift+Tab", "Escape", "BackSpace"}));
+    ASSERT_TRUE(PumpUntil([](const NativeMsg& m) { return IsKey(m, WM_KEYUP, VK_BACK); }));
+    std::string trace = KeyTrace(Log);
+    EXPECT_NE(trace.find("D9 C9"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("D27 C27 U27"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("D8 C8 U8"), std::string::npos) << trace;
+}
+
 // Gives two unused key codes the keysyms é and €, for as long as it lives. (xdotool
 // would lend a key code itself, but takes it back before the events are read.)
 struct SpareKeys {

@@ -45,6 +45,12 @@ int FailingCopy(Clip* clip, int index, Clip* target, int toIndex) {
     return RealOps.CopyImage(clip, index, target, toIndex);
 }
 
+int CopiesMade = 0;
+int CountingCopy(Clip* clip, int index, Clip* target, int toIndex) {
+    CopiesMade++;
+    return RealOps.CopyImage(clip, index, target, toIndex);
+}
+
 } // namespace
 
 // ---- Layers ----------------------------------------------------------------------------------------------
@@ -336,20 +342,35 @@ TEST_F(EditTest, APasteThatRunsOutOfMemoryChangesNothing) {
     SelectImages(10, 5);
     ASSERT_EQ(LayerCopy(), 1);
     SelectionLength = 0;
+    Clip* board = LayerClipboard->Clip;
+    RealOps = board->Ops;
+    // The paste shares the clipboard's five images: it fails until all five can be had.
+    for (int n = 0; n < 5; n++) {
+        CopiesLeft = n;
+        board->Ops.CopyImage = FailingCopy;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(LayerPaste(0), 0) << n;
+        testing::internal::GetCapturedStderr();
+        board->Ops = RealOps;
+        EXPECT_EQ(Layers[index].Clip->ImageCount, 5) << n;
+        EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C1, C2, C3, C4})) << n;
+    }
+    // A paste over a selection also keeps the images it replaces, copying them first.
     Clip* clip = Layers[index].Clip;
     RealOps = clip->Ops;
-    // The paste copies five images of the layer's own clip: it fails until all five can be had.
-    for (int n = 0; n < 5; n++) {
+    for (int n = 0; n < 2; n++) {
+        SelectImages(11, 2);
         CopiesLeft = n;
         clip->Ops.CopyImage = FailingCopy;
         testing::internal::CaptureStderr();
         EXPECT_EQ(LayerPaste(0), 0) << n;
         testing::internal::GetCapturedStderr();
-        clip = Layers[index].Clip;
-        EXPECT_EQ(clip->ImageCount, 5) << n;
         clip->Ops = RealOps;
         EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C1, C2, C3, C4})) << n;
     }
+    SelectImages(11, 2);
+    ASSERT_EQ(LayerPaste(0), 1);
+    EXPECT_EQ(Images(index), (std::vector<uint32_t>{C0, C0, C1, C2, C3, C4, C3, C4}));
 }
 
 TEST_F(EditTest, ACutThatRunsOutOfMemoryChangesNothing) {
@@ -385,6 +406,44 @@ TEST_F(EditTest, InsertedImagesCopyTheCurrentOneAndTheCurrentImageMovesOn) {
     EXPECT_EQ(InsertImages(index, 0), 0);
     EXPECT_EQ(InsertImages(index, -5), 0);
     EXPECT_EQ(InsertImages(99, 1), 0);
+}
+
+// An edit in the middle of a long layer, and its undo, touch the images that come or go
+// and no others: the records of all the others stay, and only what goes out is copied.
+TEST_F(EditTest, EditsOfALongLayerCopyOnlyTheImagesTheyTouch) {
+    std::vector<uint32_t> colours(200);
+    for (size_t i = 0; i < colours.size(); i++) colours[i] = 0xFF000000u | uint32_t(i);
+    int32_t index = AddClipLayer("long", 0, colours);
+    Clip* clip = Layers[index].Clip;
+    auto records = [clip] {
+        std::vector<ClipImage*> all;
+        for (ClipImage* image = clip->Images; image; image = image->Next) all.push_back(image);
+        return all;
+    };
+    const std::vector<ClipImage*> before = records();
+    RealOps = clip->Ops;
+    clip->Ops.CopyImage = CountingCopy;
+    CopiesMade = 0;
+    ASSERT_EQ(SelectImage(100, 1), 1);
+    ASSERT_EQ(InsertImages(index, 1), 1);
+    ASSERT_EQ(Layers[index].Clip, clip) << "the edit is made in the layer's own clip";
+    Undo();
+    EXPECT_EQ(records(), before);
+    SelectImages(100, 2);
+    ASSERT_EQ(ClearImages(0), 1);
+    Undo();
+    SelectImages(100, 1);
+    ASSERT_EQ(LayerCut(), 1);
+    Undo();
+    ASSERT_EQ(Layers[index].Clip, clip);
+    // One image in and out, two cleared and back, one cut (and kept on the clipboard).
+    EXPECT_LE(CopiesMade, 8);
+    std::vector<ClipImage*> after = records();
+    ASSERT_EQ(after.size(), before.size());
+    for (size_t i = 0; i < after.size(); i++)
+        if (i != 100 && i != 101) EXPECT_EQ(after[i], before[i]) << i;
+    clip->Ops = RealOps;
+    EXPECT_EQ(Images(index), colours);
 }
 
 TEST_F(EditTest, InsertImageMakesEmptyImages) {

@@ -1,15 +1,22 @@
 #include "script/command_host.h"
 
 #include "host/main_loop.h"
+#include "host/platform.h"
+#include "paint/pens.h"
+#include "paint/refill.h"
+#include "ui/requests.h"
 #include "ui/settings.h"
 
 #include "support/run_script.h"
 #include <cctype>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
 #include <gtest/gtest.h>
+#include <memory>
 #include <set>
+#include <tuple>
 #include <string>
 
 using namespace nemu;
@@ -71,12 +78,78 @@ TEST_F(CommandHostTest, PlainTextIsOneCommandAndGroupsStopAtAnythingElse) {
 
 TEST_F(CommandHostTest, WhiteSpaceBecomesBlanksAndNestedBracketsStayInTheText) {
     EXPECT_EQ(RunScript("om_getwidth\r\n"), "640");
-    EXPECT_EQ(RunScript("[\tom_getwidth\n]"), "[640]");
+    EXPECT_EQ(RunScript("[om_getwidth\n]"), "[640]");
     RunScript("om_writeuserstring\tS\tK\tone\ntwo");
     EXPECT_EQ(UserValue("S", "K"), "one two");
     EXPECT_EQ(RunScript("[om_writeuserstring S K [a [b]] c] [om_readuserstring S K]"), "[][[a [b]] c]");
     EXPECT_EQ(RunScript("[om_writeuserstring S K x]]"), "[]");
     EXPECT_EQ(UserValue("S", "K"), "x");
+}
+
+TEST_F(CommandHostTest, AGroupThatOpensWithABlankHasNoNameAndRunsNothing) {
+    uint32_t known = 9;
+    for (const char* text : {"[ om_writeuserstring S Blank x]", "[\tom_writeuserstring S Blank x]",
+                             "[\nom_writeuserstring S Blank x]"}) {
+        EXPECT_EQ(RunScript(text, &known), "[]") << text;
+        EXPECT_EQ(known, 0u) << text;
+    }
+    EXPECT_EQ(UserValue("S", "Blank"), "<none>");
+    // The groups around it run as ever.
+    EXPECT_EQ(RunScript("[om_getwidth] [ om_getwidth] [om_getheight]", &known), "[640][][480]");
+    EXPECT_EQ(known, 1u);
+}
+
+TEST_F(CommandHostTest, UnknownNamesAndErrorsCountInWhicheverGroupTheyStand) {
+    auto run = [](const char* text) {
+        auto request = std::make_unique<CommandRequest>();
+        request->Text = text;
+        RunCommandText(request.get());
+        return std::make_tuple(request->Unknown, request->Failed, RequestFaulty(request.get()));
+    };
+    EXPECT_EQ(run("[om_getwidth] [om_nop]"), std::make_tuple(0u, 0u, false));
+    // An unknown first group answers "[]" as om_nop does, and the last name was known.
+    EXPECT_EQ(run("[om_nosuchthing] [om_getwidth]"), std::make_tuple(1u, 0u, true));
+    EXPECT_EQ(run("[] [om_getwidth] [ om_getheight]"), std::make_tuple(2u, 0u, true));
+    EXPECT_EQ(run("[om_readuserstring] [om_getwidth]"), std::make_tuple(0u, 1u, true));
+    EXPECT_EQ(run("om_nosuchthing"), std::make_tuple(1u, 0u, true));
+    // A result that merely reads like an error is not one.
+    RunScript("om_writeuserstring S Err ERROR 5");
+    EXPECT_EQ(run("[om_readuserstring S Err]"), std::make_tuple(0u, 0u, false));
+    // The counts start afresh with each run of a request.
+    auto request = std::make_unique<CommandRequest>();
+    request->Text = "om_nosuchthing";
+    RunCommandText(request.get());
+    request->Text = "om_getwidth";
+    RunCommandText(request.get());
+    EXPECT_FALSE(RequestFaulty(request.get()));
+}
+
+TEST_F(CommandHostTest, ASignalToEndStopsTheTextAtTheNextCommand) {
+    ASSERT_EQ(PlatformOpen(BACKEND_HEADLESS, 64, 48), 1);
+    // The refill is where the signal comes, in the middle of the text.
+    ExtendWetRect(0, 0, 1, 1);
+    RefillAreaHook = [](int32_t) {
+        std::raise(SIGTERM);
+        return 1;
+    };
+    EXPECT_EQ(PlatformStopSignal(), 0);
+    EXPECT_EQ(RunScript("[om_getwidth] [om_redo 0] [om_writeuserstring S After ran] [om_getheight]"),
+              "[640][]");
+    EXPECT_EQ(PlatformStopSignal(), SIGTERM);
+    EXPECT_EQ(UserValue("S", "After"), "<none>");
+    EXPECT_EQ(RunScript("om_getwidth"), "");
+    // Long work sees it at its next step, as it would see the Cancel of its progress box.
+    UserBreak = 0;
+    ProgressStep(1, 10);
+    EXPECT_EQ(UserBreak, 1);
+    UserBreak = 0;
+    RefillAreaHook = nullptr;
+    WetRect = WetBox();
+    PlatformClose();
+    EXPECT_EQ(PlatformStopSignal(), 0);
+    EXPECT_EQ(RunScript("om_getwidth"), "640");
+    ProgressStep(2, 10);
+    EXPECT_EQ(UserBreak, 0);
 }
 
 TEST_F(CommandHostTest, MissingArgumentsGiveErrorMinusOneInTheModesForm) {
@@ -151,11 +224,17 @@ TEST_F(CommandHostTest, ARunLeavesTheOuterRunsStateAsItFoundIt) {
 
 TEST_F(CommandHostTest, RemoteDoorCopiesTheReplyAndReportsKnown) {
     char result[8];
-    EXPECT_EQ(RunRemoteText("[om_getwidth] [om_getheight]", result, sizeof result), 1);
+    uint32_t faulty = 9;
+    EXPECT_EQ(RunRemoteText("[om_getwidth] [om_getheight]", result, sizeof result, &faulty), 1);
     EXPECT_STREQ(result, "[640][4");
+    EXPECT_EQ(faulty, 0u);
     char big[ReplySize];
-    EXPECT_EQ(RunRemoteText("om_bogus", big, sizeof big), 0);
+    EXPECT_EQ(RunRemoteText("om_bogus", big, sizeof big, &faulty), 0);
     EXPECT_STREQ(big, "");
+    EXPECT_EQ(faulty, 1u);
+    EXPECT_EQ(RunRemoteText("[om_bogus] [om_getwidth]", big, sizeof big, &faulty), 1);
+    EXPECT_STREQ(big, "[][640]");
+    EXPECT_EQ(faulty, 1u);
     EXPECT_EQ(RunRemoteText("om_getheight", big, sizeof big), 1);
     EXPECT_STREQ(big, "480");
     EXPECT_EQ(RunRemoteText(nullptr, big, sizeof big), 0);

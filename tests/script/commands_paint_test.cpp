@@ -1,6 +1,9 @@
 // The drawing, colour, pen, undo and spare commands, run as scripts send them.
+#include "paint/refill.h"
 #include "paint/tool_fixture.h"
 #include "support/run_script.h"
+
+#include <vector>
 
 using namespace nemu;
 using namespace nemu::test;
@@ -76,8 +79,8 @@ TEST(DrawingCommands, FastLineWritesThePageDirectly) {
     RunScript("om_fastline 1 1 30 20 0 255 0 255");
     EXPECT_EQ(PaintedPixels(), LinePixels(1, 1, 30, 20));
     EXPECT_EQ(ToolHost::At(1, 1), 0xFF00FF00u);
-    RunScript("om_fastline -5000000 25 5000000 25 999 -3 7 100"); // limited and premultiplied
-    EXPECT_EQ(ToolHost::At(17, 25), 0x64640007u);
+    RunScript("om_fastline -5000000 25 5000000 25 999 -3 7 100"); // limited to bytes, stored as given
+    EXPECT_EQ(ToolHost::At(17, 25), 0x64FF0007u);
     RunScript("om_undo");
     EXPECT_EQ(ToolHost::At(17, 25), White);
     EXPECT_EQ(ToolHost::Traces(), 0);
@@ -217,4 +220,57 @@ TEST(UndoCommands, SpareCommandsAndTheirAliases) {
     EXPECT_EQ(SparePage->Pixels[3 * 40 + 3], Red);
     RunScript("om_sparekill");
     EXPECT_EQ(SparePage, nullptr);
+}
+
+TEST(UndoCommands, SpareKillPutsAnyDrawModeBackToColour) {
+    ToolHost host;
+    RunScript("om_setdrawmode shade");
+    ASSERT_EQ(DrawMode, 8);
+    RunScript("om_sparekill"); // no spare: nothing changes
+    EXPECT_EQ(DrawMode, 8);
+    RunScript("[om_sparecopy] [om_sparekill]");
+    EXPECT_EQ(SparePage, nullptr);
+    EXPECT_EQ(DrawMode, 0);
+}
+
+namespace {
+std::vector<int32_t> RefillCalls;
+
+// Stands in for the fill's writer: the mask is a 5 by 5 square at (5, 5).
+int PaintSquare(int32_t useBPen) {
+    RefillCalls.push_back(useBPen);
+    for (int y = 5; y < 10; y++)
+        for (int x = 5; x < 10; x++) Page->Pixels[y * Page->Width + x] = useBPen ? BPen : APen;
+    AddDirtyAndMark(5, 5, 9, 9);
+    return 1;
+}
+} // namespace
+
+TEST(UndoCommands, RedoRefillsTheLastMaskWithThePenItNames) {
+    ToolHost host;
+    RefillCalls.clear();
+    // Without the fill's writer no mask can exist: nothing is painted or made final.
+    ExtendWetRect(5, 5, 9, 9);
+    RunScript("om_line 2 2 20 2 0");
+    EXPECT_EQ(RunScript("[om_redo 1]"), "[]");
+    RunScript("om_undo");
+    EXPECT_EQ(ToolHost::Painted(), 0);
+    RunScript("om_undo");
+    RefillAreaHook = PaintSquare;
+    // With the writer but no mask: still nothing.
+    WetRect = WetBox();
+    RunScript("om_redo 1");
+    EXPECT_TRUE(RefillCalls.empty());
+    ExtendWetRect(5, 5, 9, 9);
+    RunScript("om_redo 1");
+    EXPECT_EQ(ToolHost::At(7, 7), Blue);
+    // The line before was made final: one undo takes back the refill alone.
+    RunScript("om_undo");
+    EXPECT_EQ(ToolHost::At(7, 7), White);
+    EXPECT_EQ(ToolHost::At(10, 2), Red);
+    RunScript("om_redo 0");
+    EXPECT_EQ(ToolHost::At(7, 7), Red);
+    EXPECT_EQ(RefillCalls, (std::vector<int32_t>{1, 0}));
+    RefillAreaHook = nullptr;
+    WetRect = WetBox();
 }

@@ -3,6 +3,7 @@
 // The expected pixels are worked out by hand in the comments.
 #include "support/temp_files.h"
 
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
@@ -80,4 +81,61 @@ TEST(LayersBatch, ThreeLayersTenImagesHoldsOnionAndCheckAsTheDisplayShowsThem) {
     EXPECT_EQ(lines[n - 3], "100"); // the former density, in per cent
     // The red layer at density 128: Mul(128, 128) = 65 in red and alpha, over black.
     EXPECT_EQ(lines[n - 1], "[65 0 0 255]");
+}
+
+// The largest counts the commands accept, on an animation: each command costs what it
+// adds or takes away, so a million images come and go in moments, and undo and redo too.
+TEST(LayersBatch, AMillionImagesInsertedOrStretchedOntoAnAnimationComeAndGo) {
+    std::string script =
+        "om_writepixel 1 1 10 20 30 255\n"
+        "om_layeranim\n"
+        "om_layerinsertimage 999999 1\n"
+        "[om_lastimage] [om_layerimage 999999] [om_getpixel 1 1]\n"
+        "om_undo\n"
+        "[om_lastimage] [om_getpixel 1 1]\n"
+        "om_layerstretch 0 1 999999\n"
+        "[om_lastimage] [om_layerimage 654321] [om_getpixel 1 1]\n"
+        "om_undo\n"
+        "[om_lastimage]\n"
+        "om_undo\n"
+        "[om_lastimage] [om_layerimage 999999] [om_getpixel 1 1]\n"
+        // Cutting all but the first image leaves the first, and the undo brings them back.
+        "om_layerselect 1 999999\n"
+        "om_layercut\n"
+        "[om_lastimage] [om_layerselectinfo]\n"
+        "om_undo\n"
+        "[om_lastimage]\n";
+    std::vector<std::string> lines;
+    for (const std::string& line : RunBatch(script))
+        if (!line.empty()) lines.push_back(line); // the commands out of brackets reply nothing
+    ASSERT_EQ(lines.size(), 7u);
+    EXPECT_EQ(lines[0], "[999999][][10 20 30 255]");
+    EXPECT_EQ(lines[1], "[0][10 20 30 255]");
+    EXPECT_EQ(lines[2], "[999999][][10 20 30 255]");
+    EXPECT_EQ(lines[3], "[0]");
+    EXPECT_EQ(lines[4], "[999999][][10 20 30 255]");
+    EXPECT_EQ(lines[5], "[0][1 0]");
+    EXPECT_EQ(lines[6], "[999999]");
+}
+
+// A project whose one layer is a million images sharing one picture is written as links
+// to the first image, and read back as one shared picture again, in moments.
+TEST(LayersBatch, AMillionLinkedImagesAreSavedAndReadBack) {
+    std::string path = TempPath("million.nem");
+    std::string script = "om_writepixel 1 1 10 20 30 255\n"
+                         "om_layeranim\n"
+                         "om_layerinsertimage 999999 1\n"
+                         "[om_saveproject " + path + "]\n"
+                         "[om_layercreate other] [om_layerinfo 2]\n"
+                         "[om_loadproject " + path + "] [om_lastimage] [om_layerimage 765432] "
+                         "[om_getpixel 1 1] [om_getpixel 2 1]\n";
+    std::vector<std::string> lines;
+    for (const std::string& line : RunBatch(script))
+        if (!line.empty()) lines.push_back(line);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "[]");
+    EXPECT_EQ(lines[1], "[2][Image 1 1 0 0]");
+    // The load replaces the project: one layer again, the million images, the pixel.
+    EXPECT_EQ(lines[2], "[][999999][][10 20 30 255][0 0 0 0]");
+    std::remove(path.c_str());
 }

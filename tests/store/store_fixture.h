@@ -62,12 +62,26 @@ inline std::string CheckInvariant(const std::vector<Clip*>& clips) {
     std::map<TileLink*, int> holders;
     for (Clip* clip : clips) {
         int count = 0;
+        ClipImage* last = nullptr;
+        std::map<ClipImage*, int> indexOf;
         for (ClipImage* image = clip->Images; image; image = image->Next, count++) {
             if (image->Next && image->Next->Prev != image) return "broken image links";
             if (image->Link) holders[image->Link]++;
             if (image->Link && !(image->Flags & ImageStored)) return "stored image without its flag";
+            indexOf[image] = count;
+            last = image;
         }
         if (count != clip->ImageCount) return "ImageCount is " + std::to_string(clip->ImageCount);
+        if (clip->Images && clip->Images->Prev) return "the first image has one before it";
+        if (clip->Last != last) return "the clip's last image is not the last";
+        for (int k = 0; k < 2; k++) {
+            if (!clip->Mark[k]) continue;
+            auto it = indexOf.find(clip->Mark[k]);
+            if (it == indexOf.end()) return "a remembered place is not in the list";
+            if (it->second != clip->MarkIndex[k])
+                return "a remembered place at " + std::to_string(it->second) + " says " +
+                       std::to_string(clip->MarkIndex[k]);
+        }
     }
     std::map<Tile*, uint32_t> places;
     for (auto& [link, count] : holders) {

@@ -4,6 +4,7 @@
 #include "store/reduce.h"
 #include "store_fixture.h"
 
+#include <algorithm>
 #include <optional>
 #include <random>
 
@@ -281,6 +282,34 @@ Bitmap* RandomPicture(std::mt19937& rng, int w, int h, const std::vector<uint32_
     return b;
 }
 
+TEST_F(TileStoreTest, RunsOfImagesGoOrMoveOnlyWhenTheRangeAndClipsAllowIt) {
+    OpenCacheWithLimit(-1);
+    Clip* a = MakeClip(70, 10);
+    Clip* b = MakeClip(70, 10);
+    Clip* other = MakeClip(71, 10);
+    Bitmap* red = FlatPicture(70, 10, 0xFFFF0000);
+    ASSERT_EQ(a->Ops.InsertImage(a, red, -1, 0), 1);
+    for (int i = 0; i < 4; i++) ASSERT_EQ(a->Ops.DuplicateImage(a, 0), 1);
+    EXPECT_EQ(DeleteImages(a, 3, 3), 0);
+    EXPECT_EQ(DeleteImages(a, -1, 1), 0);
+    EXPECT_EQ(DeleteImages(a, 5, 0), 1);
+    EXPECT_EQ(MoveImages(a, 0, 2, a, 4), 0);
+    EXPECT_EQ(MoveImages(a, 0, 2, other, 0), 0);
+    EXPECT_EQ(MoveImages(a, 4, 2, b, 0), 0);
+    EXPECT_EQ(a->ImageCount, 5);
+    // Moving shares nothing anew: the one list is held by the same five images.
+    ASSERT_EQ(MoveImages(a, 1, 3, b, 0), 1);
+    EXPECT_EQ(a->ImageCount, 2);
+    EXPECT_EQ(b->ImageCount, 3);
+    EXPECT_EQ(a->Images->Link->RefCount, 5);
+    EXPECT_EQ(CheckInvariant(Clips), "");
+    ASSERT_EQ(DeleteImages(b, 0, 3), 1);
+    EXPECT_EQ(b->Images, nullptr);
+    EXPECT_EQ(a->Images->Link->RefCount, 2);
+    EXPECT_EQ(CheckInvariant(Clips), "");
+    FreeBitmap(red);
+}
+
 using Model = std::vector<std::optional<std::vector<uint32_t>>>;
 
 class TileRandomTest : public TileStoreTest, public testing::WithParamInterface<int64_t> {};
@@ -300,7 +329,7 @@ TEST_P(TileRandomTest, MatchesAPlainModelAndKeepsTheInvariant) {
         int count = int(m.size());
         int index = count ? int(rng() % (count + 1)) - 1 : -1; // -1 to count - 1
         const std::vector<uint32_t>* like = index >= 0 && m[index] ? &*m[index] : nullptr;
-        int op = int(rng() % 9);
+        int op = int(rng() % 11);
         if (op <= 1 || count == 0) {
             Bitmap* b = RandomPicture(rng, w, h, like);
             ASSERT_EQ(c->Ops.InsertImage(c, b, index, int(rng() % 2)), 1);
@@ -331,6 +360,21 @@ TEST_P(TileRandomTest, MatchesAPlainModelAndKeepsTheInvariant) {
             int to = int(rng() % tm.size());
             ASSERT_EQ(c->Ops.MoveImage(c, index, Clips[ti], to), 1);
             std::swap(m[index], tm[to]);
+        } else if (op == 9 && index >= 0) {
+            // A run of images goes, from anywhere to anywhere up to the end.
+            int n = int(rng() % (count - index + 1));
+            ASSERT_EQ(DeleteImages(c, index, n), 1);
+            m.erase(m.begin() + index, m.begin() + index + n);
+        } else if (op == 10 && index >= 0) {
+            // A run of images moves to another clip, records and all.
+            int ti = int((ci + 1 + rng() % 2) % 3);
+            Model& tm = models[ti];
+            int n = int(rng() % (count - index + 1));
+            int to = int(rng() % (tm.size() + 2)); // behind to - 1; past the end is last
+            ASSERT_EQ(MoveImages(c, index, n, Clips[ti], to), 1);
+            int at = std::min(to, int(tm.size()));
+            tm.insert(tm.begin() + at, m.begin() + index, m.begin() + index + n);
+            m.erase(m.begin() + index, m.begin() + index + n);
         } else if (index >= 0) {
             ClearBitmap(scratch, 0x5A5A5A5A);
             std::vector<uint32_t> want = PixelsOf(scratch);

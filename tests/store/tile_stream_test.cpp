@@ -130,6 +130,49 @@ TEST_F(TileStreamTest, TheTilesFormIsLaidOutAsDocumented) {
     FreeBitmap(b);
 }
 
+// An image whose picture an earlier image holds goes out as a link to the first such
+// image, in whatever order images are written and however the clip changed in between.
+TEST_F(TileStreamTest, ALinkNamesTheFirstEarlierHolderAsTheClipNowStands) {
+    Clip* c = MakeClip(70, 10);
+    Bitmap* b = FlatPicture(70, 10, 0xFF102030);
+    ASSERT_EQ(c->Ops.InsertImage(c, b, -1, 0), 1); // A
+    ClearBitmap(b, 0xFF405060);
+    ASSERT_EQ(c->Ops.InsertImage(c, b, 0, 0), 1); // B
+    ClearBitmap(b, 0xFF708090);
+    ASSERT_EQ(c->Ops.InsertImage(c, b, 1, 0), 1); // C
+    // A B C A B A
+    for (int from : {0, 1, 0}) ASSERT_EQ(c->Ops.CopyImage(c, from, c, c->ImageCount), 1);
+    auto linkTo = [&](int index) {
+        long start = std::ftell(File);
+        EXPECT_EQ(c->Ops.WriteImage(c, index, File), 1);
+        std::vector<uint8_t> all = Contents();
+        std::fseek(File, 0, SEEK_END);
+        std::vector<uint8_t> body(all.begin() + start, all.end());
+        if (body.size() != 12 || body[3] != 2) return -1; // not a link
+        return int(body[4]) << 24 | int(body[5]) << 16 | int(body[6]) << 8 | body[7];
+    };
+    EXPECT_EQ(linkTo(5), 0);
+    EXPECT_EQ(linkTo(4), 1);
+    EXPECT_EQ(linkTo(2), -1);
+    EXPECT_EQ(linkTo(3), 0);
+    EXPECT_EQ(linkTo(0), -1);
+    // The first A and C change places: C B A A B A.
+    ASSERT_EQ(c->Ops.MoveImage(c, 0, c, 2), 1);
+    EXPECT_EQ(linkTo(5), 2);
+    EXPECT_EQ(linkTo(3), 2);
+    EXPECT_EQ(linkTo(1), -1);
+    EXPECT_EQ(linkTo(4), 1);
+    // The first two go: A A B A.
+    ASSERT_EQ(DeleteImages(c, 0, 2), 1);
+    EXPECT_EQ(linkTo(3), 0);
+    EXPECT_EQ(linkTo(2), -1);
+    // A new picture stored over the first A leaves the second the first of its kind: C A B A.
+    ASSERT_EQ(c->Ops.StoreImage(c, b, 0, 0), 1);
+    EXPECT_EQ(linkTo(1), -1);
+    EXPECT_EQ(linkTo(3), 1);
+    FreeBitmap(b);
+}
+
 TEST_F(TileStreamTest, AnEmptyImageGoesOutAsTransparentTiles) {
     Clip* c = MakeClip(70, 70);
     Bitmap* wrong = FlatPicture(1, 1, 0);

@@ -202,6 +202,19 @@ TEST(Spare, CopyAsksBeforeReplacingAndKillGivesUpTheModesThatNeedIt) {
     KillSpare(); // with no spare: nothing
 }
 
+TEST(Spare, KillResetsAnyModeButALostSpareOnlyTheModesThatReadIt) {
+    LabelledHost host;
+    ASSERT_EQ(SetDrawMode(8), 0);
+    ASSERT_EQ(CopyToSpare(0), 1);
+    ASSERT_EQ(ResizePageBuffers(24, 18), 1); // the spare cannot follow a new size
+    EXPECT_EQ(SparePage, nullptr);
+    EXPECT_EQ(DrawMode, 8);
+    ASSERT_EQ(CopyToSpare(0), 1);
+    KillSpare();
+    EXPECT_EQ(SparePage, nullptr);
+    EXPECT_EQ(DrawMode, 0);
+}
+
 TEST(Spare, ASpareOfAnotherSizeIsNotUsed) {
     LabelledHost host;
     SparePage = NewClearBitmap(7, 3);

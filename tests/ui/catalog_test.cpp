@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace nemu;
 
@@ -167,6 +168,31 @@ TEST_F(CatalogTest, TheFileIsSoughtAsGivenThenInLocalThenInPlugins) {
     EXPECT_EQ(CatalogLoadGlobal(), 0);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("nemu.loc: file not found"), std::string::npos);
     EXPECT_STREQ(MsgGet(nullptr, 1), "du dossier local") << "a failed load keeps what was there";
+}
+
+TEST_F(CatalogTest, TheCurrentFolderIsNeverSearched) {
+    const std::string savedHome = HomeDir, savedProgram = ProgramDir;
+    char cwd[4096];
+    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+    std::string here = TempPath("here"), settings = TempPath("settings");
+    mkdir(here.c_str(), 0700);
+    mkdir(settings.c_str(), 0700);
+    WriteFile(here + "/nemu.loc", "$1 \"planted\"\n");
+    HomeDir = settings;
+    ProgramDir = TempPath("no-data");
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(CatalogLoadGlobal(), 0);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find(ProgramDir + "/nemu.loc: file not found"), std::string::npos) << said;
+    EXPECT_STREQ(MsgGet(nullptr, 1), "");
+    // The settings folder is: a user's own texts go there.
+    WriteFile(settings + "/nemu.loc", "$1 \"the user's\"\n");
+    EXPECT_EQ(CatalogLoadGlobal(), 1);
+    EXPECT_STREQ(MsgGet(nullptr, 1), "the user's");
+    EXPECT_EQ(chdir(cwd), 0);
+    HomeDir = savedHome;
+    ProgramDir = savedProgram;
 }
 
 TEST_F(CatalogTest, FreeingUnlinksFromTheList) {

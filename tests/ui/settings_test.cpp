@@ -65,7 +65,8 @@ TEST_F(SettingsTest, KeysValuesAndTheirQuirks) {
     EXPECT_EQ(Get("Main", "key"), "<default>");
     EXPECT_EQ(Get("Main", "Empty"), "") << "an empty value is kept in memory";
     EXPECT_EQ(Get("Main", "NoEquals"), "");
-    EXPECT_EQ(Get("[MAIN]", "late"), "yes") << "a section met twice is one section";
+    EXPECT_EQ(Get("MAIN", "late"), "yes") << "a section met twice is one section";
+    EXPECT_EQ(Get("[Main]", "late"), "<default>") << "names are given without their brackets";
     EXPECT_EQ(Get("Other", "a"), "1");
     EXPECT_EQ(Get("Nowhere", "a"), "<default>");
     EXPECT_EQ(ConfigText(CurrentConfig), "[Main]\nTwice=second\nkey =value  \nlate=yes\n\n[Other]\na=1\n\n");
@@ -284,4 +285,34 @@ TEST_F(SettingsTest, StartupKeysComeFromTheMachineFileInAnyCase) {
     EXPECT_EQ(StartupGetInt("CacheSize", -1), 64);
     EXPECT_EQ(StartupGetInt("Missing", -1), -1);
     EXPECT_EQ(Get("Startup", "CacheSize"), "<default>") << "the machine file is not the user's";
+}
+
+TEST_F(SettingsTest, NamesTheFileCouldNotReadBackAreRefused) {
+    std::string path = TempPath("refuse.ini");
+    WriteFile(path, "[Main]\na=1\n");
+    LoadConfig(path.c_str());
+    const std::string before = ConfigText(CurrentConfig);
+    struct Bad {
+        const char *Section, *Key, *Value;
+    } bad[] = {
+        {"[Main]", "k", "v"},  {"Ma]in", "k", "v"}, {"Ma\nin", "k", "v"}, {"", "k", "v"},
+        {"Main", "[k", "v"},   {"Main", " k", "v"}, {"Main", "k=1", "v"},  {"Main", "k\rx", "v"},
+        {"Main", "", "v"},     {"Main", "k", "v\n[Evil]\nx=1"},
+    };
+    testing::internal::CaptureStderr();
+    for (const Bad& b : bad) {
+        EXPECT_EQ(ConfigSet(b.Section, b.Key, b.Value), 0) << b.Section << "/" << b.Key;
+        ConfigFile* other = OpenConfig(TempPath("other-refuse.ini").c_str());
+        EXPECT_EQ(ConfigSetIn(other, b.Section, b.Key, b.Value), 0);
+        EXPECT_EQ(other->Changed, 0);
+        CloseConfig(other);
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("WARNING : "), std::string::npos);
+    EXPECT_EQ(ConfigText(CurrentConfig), before);
+    EXPECT_EQ(ReadFile(TempPath("other-refuse.ini")), "<missing>");
+    // What the file can hold is written and read back as it was set.
+    EXPECT_EQ(ConfigSet("My Panel", "key with blanks", "= and [ are fine here"), 1);
+    EXPECT_EQ(SaveConfig(), 1);
+    LoadConfig(path.c_str());
+    EXPECT_EQ(Get("my panel", "KEY WITH BLANKS"), "= and [ are fine here");
 }
