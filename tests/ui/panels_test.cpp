@@ -4,6 +4,8 @@
 #include "host/screen.h"
 #include "project/page_size.h"
 #include "store/bitmap.h"
+#include "support/run_script.h"
+#include "ui/commands.h"
 #include "ui/panel_rows.h"
 
 #include <cstring>
@@ -22,6 +24,31 @@ class PanelsTest : public ::testing::Test {
   protected:
     PanelHost Host;
 };
+
+TEST_F(PanelsTest, EachPanelOpensByItsCommand) {
+    KeyMapInit();
+    const struct {
+        const char* Command;
+        GuiWindow* (*Panel)();
+    } rows[] = {{"OpenTools", ToolsPanel},
+                {"OpenPressure", PressurePanel},
+                {"NewProject", NewProjectPanel},
+                {"OpenProjectSize", PageSizePanel}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Command);
+        EXPECT_EQ(row.Panel(), nullptr);
+        EXPECT_EQ(RunScript(std::string("om_runcommand ") + row.Command), "");
+        ASSERT_NE(row.Panel(), nullptr);
+        EXPECT_NE(row.Panel()->Open, 0u);
+        EXPECT_EQ(row.Panel(), WindowListTail); // on top of the others
+    }
+    // A second time brings the panel forward rather than making another.
+    GuiWindow* tools = ToolsPanel();
+    RunScript("om_runcommand OpenTools");
+    EXPECT_EQ(ToolsPanel(), tools);
+    EXPECT_EQ(WindowListTail, tools);
+    KeyMapFree();
+}
 
 TEST_F(PanelsTest, ToolsChoosesThePenAndOpensItsPage) {
     OpenTools();
