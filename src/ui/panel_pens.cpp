@@ -228,7 +228,7 @@ GuiWindow* BuildPens() {
     return w;
 }
 
-PanelSlot Slot{"Pens", BuildPens, SyncPens};
+PanelSlot Slot{"Pens", BuildPens, SyncPens, PanelHome{int16_t(ToolsHomeWidth + 2 * HomeMargin), HomeTop}};
 } // namespace
 
 void OpenPensAt(int32_t pen) {

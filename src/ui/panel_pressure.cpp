@@ -86,7 +86,7 @@ void SyncPressure(GuiWindow* w) {
     ShowCurve(w, IdSpeedGraph);
 }
 
-PanelSlot Slot{"Pressure", BuildPressure, SyncPressure};
+PanelSlot Slot{"Pressure", BuildPressure, SyncPressure, PanelHome{HomeMargin, int16_t(ToolsHomeBottom + HomeMargin)}};
 } // namespace
 
 void OpenPressure() { PanelOpen(Slot); }

@@ -4,6 +4,7 @@
 #include "host/screen.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
+#include "ui/ui_scale.h"
 #include "ui/window.h"
 
 #include <cstdlib>
@@ -62,8 +63,12 @@ GuiWindow* PanelOpen(PanelSlot& slot) {
         slot.Window = w;
         slot.Serial = w->Serial;
         w->OnClose = PanelCloseWindow;
-        if (slot.Placed) {
+        if (slot.Placed || slot.Home.FromRight >= 0) {
             int32_t x = slot.X, y = slot.Y;
+            if (!slot.Placed) {
+                x = (Screen ? int32_t(Screen->Width) : 0) - UiPx(slot.Home.FromRight) - int32_t(w->Width);
+                y = UiPx(slot.Home.FromTop);
+            }
             ClampToScreen(w, &x, &y);
             WindowMove(w, x, y);
         }

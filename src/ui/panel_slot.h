@@ -11,10 +11,24 @@ namespace nemu {
 
 struct GuiWindow;
 
+// Where a panel first opens, before it has a place of its own: the panels that stay open
+// while painting stand by the right edge of the screen, out of the page's way; the ones
+// that ask and go are centred.
+struct PanelHome {
+    int16_t FromRight = -1; // layout units from the right edge to the panel's right; -1: centred
+    int16_t FromTop = 0;    // layout units from the top edge
+};
+
+// The homes of the panels that stand by the right edge: Tools at the top, Pressure under
+// it and Pens to its left, clear of the menu bar.
+constexpr int16_t HomeMargin = 8, HomeTop = 40;
+constexpr int16_t ToolsHomeWidth = 210, ToolsHomeBottom = HomeTop + 262;
+
 struct PanelSlot {
     const char* Section;         // settings section: WIN_X, WIN_Y, Display
     GuiWindow* (*Build)();       // makes the window, not opened; null when out of memory
     void (*Sync)(GuiWindow* w);  // shows the state the panel edits; may be null
+    PanelHome Home = {};         // where it first opens
     GuiWindow* Window = nullptr; // while it stands (checked against the list and Serial)
     uint32_t Serial = 0;
     bool Placed = false; // X, Y hold a place (from the settings or the last close)

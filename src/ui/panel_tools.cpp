@@ -28,7 +28,7 @@ enum ToolsId : int32_t {
     IdCurves = 31,
 };
 constexpr int32_t PenButtons = 8;
-constexpr int16_t PanelW = 210, PanelH = 262;
+constexpr int16_t PanelW = ToolsHomeWidth, PanelH = ToolsHomeBottom - HomeTop;
 constexpr int16_t ValueX = 72, ValueW = 90; // sliders start right of their labels
 
 struct PenButton {
@@ -111,7 +111,7 @@ void SyncTools(GuiWindow* w) {
     NumberSet(w, IdPantoY, PantoY);
 }
 
-PanelSlot Slot{"Tools", BuildTools, SyncTools};
+PanelSlot Slot{"Tools", BuildTools, SyncTools, {HomeMargin, HomeTop}};
 
 int32_t ToolsGadget(GuiWindow* w, Gadget* g, int32_t code) {
     if (!g) return 0;

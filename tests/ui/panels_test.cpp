@@ -7,6 +7,7 @@
 #include "support/run_script.h"
 #include "ui/commands.h"
 #include "ui/panel_rows.h"
+#include "ui/panel_slot.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -279,6 +280,8 @@ TEST_F(PanelsTest, PageSizeKeepsThePictureScaled) {
 TEST_F(PanelsTest, PlacesAreSavedAndPulledBackOnScreen) {
     OpenTools();
     GuiWindow* w = ToolsPanel();
+    EXPECT_EQ(w->Left, PanelScreenW - HomeMargin - int(w->Width)); // first, by the right edge
+    EXPECT_EQ(w->Top, HomeTop);
     WindowMove(w, 100, 50);
     OpenPressure();
     SavePanels();
@@ -308,14 +311,16 @@ TEST_F(PanelsTest, PlacesAreSavedAndPulledBackOnScreen) {
     OpenPressure();
     EXPECT_EQ(PressurePanel()->Left, 20);
     EXPECT_EQ(PressurePanel()->Top, PanelScreenH - int(PressurePanel()->Height));
-    // A place that is no number leaves the panel where a new window goes.
+    // A place that is no number leaves the panel at its home: Pens left of where Tools
+    // first stands, by the right edge.
     ClosePanels();
     ConfigSet("Pens", "WIN_X", "left");
     ConfigSet("Pens", "WIN_Y", "12");
     ConfigSet("Pens", "Display", "on");
     LoadPanels();
     ASSERT_NE(PensPanel(), nullptr);
-    EXPECT_EQ(PensPanel()->Left, (PanelScreenW - int(PensPanel()->Width)) / 2);
+    EXPECT_EQ(PensPanel()->Left, PanelScreenW - (ToolsHomeWidth + 2 * HomeMargin) - int(PensPanel()->Width));
+    EXPECT_EQ(PensPanel()->Top, HomeTop);
 }
 
 } // namespace
