@@ -143,6 +143,19 @@ int32_t SizeGadget(GuiWindow* w, Gadget* g, int32_t code) {
     return 0;
 }
 
+// The wheel over the panel scrolls the list: it comes as the key up or down with no text.
+constexpr int32_t WheelUp = 38, WheelDown = 40, WheelRows = 3;
+
+int32_t SizeKey(const char*, int32_t* length, int32_t, GuiWindow* w, int32_t keycode, uint32_t) {
+    if (*length != 0 || (keycode != WheelUp && keycode != WheelDown)) return 0;
+    SizePanel& p = PanelOf(w);
+    const int32_t last = std::max(0, PageSizeCount - ListRows);
+    p.Scroll.YPos = std::clamp(p.Scroll.YPos + (keycode == WheelUp ? -WheelRows : WheelRows), 0, last);
+    if (Gadget* bar = WindowGadgetById(w, IdScroll)) GadgetRefresh(bar, w);
+    DrawList(w, p);
+    return 1;
+}
+
 GuiWindow* Build(SizePanel& p) {
     LoadPageSizes(); // the built-in rows follow the display and the spare page
     RowTable t{p.Rows, int32_t(sizeof p.Rows / sizeof p.Rows[0])};
@@ -178,7 +191,10 @@ GuiWindow* Build(SizePanel& p) {
               Msg(p.NewProject ? 6178 : 6179));
     AddButton(t, IdCancel, PanelW - 102, y3, PanelW - 9, int16_t(y3 + 19), GK_DIALOG_BUTTON, Msg(1006), Msg(6180));
     GuiWindow* w = WindowFromRows(PanelW, PanelH, p.Rows);
-    if (w) w->OnGadget = SizeGadget;
+    if (w) {
+        w->OnGadget = SizeGadget;
+        w->OnKey = SizeKey;
+    }
     return w;
 }
 

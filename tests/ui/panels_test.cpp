@@ -224,6 +224,23 @@ TEST_F(PanelsTest, NewProjectFromTheListMakesAProjectOfThatSize) {
     EXPECT_EQ(NewProjectPanel(), nullptr); // done: the panel went
 }
 
+TEST_F(PanelsTest, TheWheelScrollsTheListOfSizes) {
+    OpenNewProject();
+    GuiWindow* w = NewProjectPanel();
+    const DrawnGadget* list = PanelHost::Find(w, "Sizes");
+    ASSERT_NE(list, nullptr);
+    ASSERT_GT(PageSizeCount, 12);
+    // The wheel is a key without text: down three rows, then the first row is entry 3.
+    HeadlessQueuePointer(PanelHost::X(list, 20), FirstRowY(list));
+    RunQueued();
+    int32_t none = 0;
+    EXPECT_EQ(w->OnKey("", &none, 0, w, 40, 0), 1);
+    EXPECT_EQ(w->OnKey("x", &(none = 1), 0, w, 40, 0), 0); // a typed key is not the wheel's
+    PanelHost::ClickAt(PanelHost::X(list, 20), FirstRowY(list));
+    EXPECT_EQ(WindowGadgetById(w, 3)->String->IntValue, PageSizes[3].Width);
+    EXPECT_EQ(WindowGadgetById(w, 4)->String->IntValue, PageSizes[3].Height);
+}
+
 TEST_F(PanelsTest, NewProjectOverChangesAsksFirst) {
     ChangeCounter++;
     int asked = 0;
