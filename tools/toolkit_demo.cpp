@@ -6,7 +6,9 @@
 //   toolkit_demo ask     a yes-or-no question, then a number request
 //
 // NEMU_SCALE=2 shows it at twice the size.
+#include "host/input.h"
 #include "host/main_loop.h"
+#include "host/platform.h"
 #include "ui/gadget.h"
 #include "ui/requests.h"
 
@@ -150,8 +152,16 @@ void PanelClosed(GuiWindow* window) {
     QuitFlag = 1;
 }
 
+// Waits (up to three seconds) for the pointer to come over the window, so that a popup
+// opens where it stands.
+void AwaitPointer() {
+    double until = PlatformSeconds() + 3;
+    while (WindowPointerX == PointerAwayCoord && PlatformSeconds() < until && !QuitFlag) WaitEvent(10);
+}
+
 void Show() {
     if (!std::strcmp(Mode, "popup")) {
+        AwaitPointer();
         PopupItem* picked = PopupMenu(Menu, 0);
         std::printf("%s\n", picked ? picked->Text : "(none)");
         QuitFlag = 1;

@@ -36,6 +36,8 @@ constexpr uint32_t QUAL_SHIFT = 2, QUAL_CTRL = 4, QUAL_ALT = 8;
 constexpr int32_t KEY_CHARACTER = 1234567;
 // A key release carries its key number with this bit set.
 constexpr int32_t KEY_RELEASED = 0x8000;
+// Whether a key record's code is a release (KEY_CHARACTER itself has that bit set).
+inline bool KeyIsRelease(int32_t code) { return code != KEY_CHARACTER && (code & KEY_RELEASED) != 0; }
 // Size of the buffer that carries a dropped file name.
 constexpr size_t DROP_BUFFER_SIZE = 65536;
 // Longest command text the remote door accepts.

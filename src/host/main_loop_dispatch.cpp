@@ -81,15 +81,15 @@ static void DispatchKey(InputMsg* msg) {
         if (text[0] == ' ') EndDisplayHold();
         return;
     }
-    // The active field, or the window under the pointer, takes keys first. A modal window
-    // has the rest to itself, and a key pressed while a button is held belongs to the
-    // stroke; the key map takes what remains.
+    // A modal window has the keys to itself, and a key pressed while a button is held
+    // belongs to the stroke. The active field, or the window under the pointer, takes a
+    // key first; the key map takes the rest.
+    if (ModalWindow) return;
     TakeQualifiers(msg);
+    if (LeftHeld || RightHeld) return;
     char text[KeyTextSize] = {};
     const int length = InputCharacters(msg, text, KeyTextSize - 1, 0);
     if (WindowKey(text, length, msg->Code, msg->Qualifiers)) return;
-    if (ModalWindow) return;
-    if (LeftHeld || RightHeld) return;
     HandleKey(msg->Code, text, msg->Qualifiers, length);
 }
 

@@ -30,9 +30,9 @@
 #include "ui/gadget.h"
 #include "ui/panels.h"
 #include "ui/settings.h"
+#include "ui/sys_colours.h"
 #include "ui/ui_scale.h"
 #include "ui/window.h"
-#include "ui/sys_colours.h"
 
 #include <cerrno>
 #include <climits>
@@ -232,8 +232,8 @@ static void UseStartProfile() {
     LoadProfile(LastConfig);
 }
 
-// The interface toolkit: scale, font and the settings of the windows; its colours were
-// read with section SysColors. The font comes last, as its size follows the scale.
+// The interface toolkit: scale, font and the settings of the windows. The font
+// comes last, as its size follows the scale.
 static void OpenToolkit() {
     ChooseUiScale(PlatformDpi());
     FontOpen();

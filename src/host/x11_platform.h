@@ -85,7 +85,7 @@ struct X11State {
     // An exposed area still growing while the server says more Expose events follow.
     bool PaintOpen = false;
     int PaintX1 = 0, PaintY1 = 0, PaintX2 = 0, PaintY2 = 0;
-    Cursor Cursors[8] = {};
+    Cursor Cursors[12] = {}; // one per row of the shape table
     int Shape = -1;
     // Errors: the handler keeps the first code while a trap is set.
     int TrapDepth = 0;

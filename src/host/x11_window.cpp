@@ -16,11 +16,16 @@ struct ShapeRow {
     unsigned Glyph;
 };
 static const ShapeRow ShapeTable[] = {
-    {0, XC_left_ptr},  // the normal arrow
-    {1, XC_crosshair}, // the tool pointer
-    {2, XC_watch},     // busy
-    {6, XC_tcross},    // the thin tool cross
-    {7, XC_pencil},    // the pen
+    {0, XC_left_ptr},          // the normal arrow
+    {1, XC_crosshair},         // the tool pointer
+    {2, XC_watch},             // busy
+    {6, XC_tcross},            // the thin tool cross
+    {7, XC_pencil},            // the pen
+    {5, XC_sb_h_double_arrow}, // dragging a value sideways
+    {8, XC_sb_h_double_arrow}, // a panel's left or right edge
+    {9, XC_sb_v_double_arrow}, // its top or bottom edge
+    {10, XC_top_right_corner}, // the corners that resize along the other diagonal
+    {11, XC_bottom_right_corner},
 };
 
 void X11SetPointerShape(int shape) {

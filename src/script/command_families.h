@@ -12,7 +12,7 @@ extern const ScriptCommand LayerCommands[];
 extern const ScriptCommand ToolCommands[];
 extern const ScriptCommand UndoCommands[];
 extern const ScriptCommand FileCommands[];
-extern const ScriptCommand RequestCommands[];
 extern const ScriptCommand KeyCommands[];
+extern const ScriptCommand RequestCommands[];
 
 } // namespace nemu

@@ -13,8 +13,8 @@ const ScriptCommand* const CommandFamilies[] = {
     ToolCommands,
     UndoCommands,
     FileCommands,
-    RequestCommands,
     KeyCommands,
+    RequestCommands,
     nullptr,
 };
 // clang-format on

@@ -10,6 +10,7 @@
 #pragma once
 #include <cstdint>
 
+#include "ui/sys_colours.h"
 #include "ui/window.h"
 
 namespace nemu {
@@ -168,15 +169,24 @@ struct Gadget {
     void (*OnTab)(GuiWindow* window, Gadget* gadget) = nullptr;
 };
 
-// ---- Interface colours (section SysColors) ------------------------------------------------------------
-// Each names a word of SysColour (ui/sys_colours.h).
-extern uint32_t &INFOAREACOLOR, &INFOAREATEXTCOLOR, &BACKGROUNDCOLOR, &LAYOUTBACKGROUNDCOLOR, &DRAGBUTTONCOLOR,
-    &DRAGBUTTONSELECTCOLOR, &STATBUTTONCOLOR, &STATBUTTONSELECTCOLOR, &ACTIONBUTTONCOLOR, &ACTIONBUTTONSELECTCOLOR,
-    &DIALOGBUTTONCOLOR, &DIALOGBUTTONSELECTCOLOR, &TITLEBARCOLOR, &TITLEBARDESELECTCOLOR, &SYSBUTTONCOLOR,
-    &COLORPENTEXTBOXCOLOR;
-// Defaults from the catalog, then the settings' SysColors. SaveSysColors writes them.
-void LoadSysColors();
-void SaveSysColors();
+// ---- Interface colours (section SysColors, kept by ui/sys_colours.h) --------------------------------
+// The design's names for the sixteen colours, each the colour held in SysColour.
+inline uint32_t& INFOAREACOLOR = SysColour[SC_INFOAREA];
+inline uint32_t& INFOAREATEXTCOLOR = SysColour[SC_INFOAREATEXT];
+inline uint32_t& BACKGROUNDCOLOR = SysColour[SC_BACKGROUND];
+inline uint32_t& LAYOUTBACKGROUNDCOLOR = SysColour[SC_LAYOUTBACKGROUND];
+inline uint32_t& DRAGBUTTONCOLOR = SysColour[SC_DRAGBUTTON];
+inline uint32_t& DRAGBUTTONSELECTCOLOR = SysColour[SC_DRAGBUTTONSELECT];
+inline uint32_t& STATBUTTONCOLOR = SysColour[SC_STATBUTTON];
+inline uint32_t& STATBUTTONSELECTCOLOR = SysColour[SC_STATBUTTONSELECT];
+inline uint32_t& ACTIONBUTTONCOLOR = SysColour[SC_ACTIONBUTTON];
+inline uint32_t& ACTIONBUTTONSELECTCOLOR = SysColour[SC_ACTIONBUTTONSELECT];
+inline uint32_t& DIALOGBUTTONCOLOR = SysColour[SC_DIALOGBUTTON];
+inline uint32_t& DIALOGBUTTONSELECTCOLOR = SysColour[SC_DIALOGBUTTONSELECT];
+inline uint32_t& TITLEBARCOLOR = SysColour[SC_TITLEBAR];
+inline uint32_t& TITLEBARDESELECTCOLOR = SysColour[SC_TITLEBARDESELECT];
+inline uint32_t& SYSBUTTONCOLOR = SysColour[SC_SYSBUTTON];
+inline uint32_t& COLORPENTEXTBOXCOLOR = SysColour[SC_COLORPENTEXTBOX];
 // Per channel: c + 64 limited to 255, c - 64 limited to 0, alpha kept.
 uint32_t LightColour(uint32_t c);
 uint32_t DarkColour(uint32_t c);

@@ -186,7 +186,9 @@ static const char* CycleText(const Gadget* g) {
     return g->Tabs->Labels[c] ? g->Tabs->Labels[c] : "";
 }
 
-static const char* LabelText(const Gadget* g) { return g->Label; }
+static const char* LabelText(const Gadget* g) {
+    return g->Label;
+}
 
 static void DrawCycleChoice(GuiWindow* window, const Gadget* g) {
     const char* text = CycleText(g);
@@ -195,8 +197,8 @@ static void DrawCycleChoice(GuiWindow* window, const Gadget* g) {
     GadgetPixelRect(g, &gx, &gy, &gw, &gh);
     int n = UiLine();
     int right = gx + gw - 1 - UiPx(4 + 9 + 2); // the mark keeps its place
-    DrawText(window->Surface, gx + UiPx(LabelGap), gy + (gh - FontLineHeight() + 1) / 2, text, -1, INFOAREATEXTCOLOR,
-             gx + n, gy + n, right, gy + gh - 1 - n);
+    DrawText(window->Surface, gx + UiPx(LabelGap), gy + (gh - FontLineHeight() + 1) / 2, text, -1,
+             INFOAREATEXTCOLOR, gx + n, gy + n, right, gy + gh - 1 - n);
 }
 
 static void DrawLabel(GuiWindow* window, const Gadget* g, uint32_t fill) {
@@ -220,7 +222,8 @@ static void DrawLabel(GuiWindow* window, const Gadget* g, uint32_t fill) {
 }
 
 static void DrawCommandKey(GuiWindow* window, const Gadget* g, uint32_t fill) {
-    const char* key = g->Command && CommandKeyText ? CommandKeyText(g->Command) : nullptr;
+    char label[64];
+    const char* key = CommandKeyText(g->Command, label, sizeof label);
     if (!key || !*key) return;
     int gx, gy, gw, gh;
     GadgetPixelRect(g, &gx, &gy, &gw, &gh);

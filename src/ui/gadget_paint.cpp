@@ -2,6 +2,7 @@
 #include "ui/gadget_paint.h"
 
 #include "store/bitmap.h"
+#include "ui/commands.h"
 #include "ui/font.h"
 #include "ui/ui_scale.h"
 
@@ -45,6 +46,32 @@ int32_t UiTextWidth(const char* text) {
     int32_t px = TextWidth(text);
     int32_t u = UiUnit(px);
     return UiPx(u) < px ? u + 1 : u;
+}
+
+const char* CommandKeyText(const char* command, char* buffer, int size) {
+    if (!command || !*command || size < 2) return nullptr;
+    const char* key = KeyForCommand(command);
+    if (!key || !*key) return nullptr;
+    if (KeyLabel(key, buffer, size_t(size)) <= 0) return nullptr;
+    return buffer;
+}
+
+uint32_t LightColour(uint32_t c) {
+    uint32_t out = c & 0xFF000000u;
+    for (int s = 0; s < 24; s += 8) {
+        uint32_t v = ((c >> s) & 255) + 64;
+        out |= (v > 255 ? 255 : v) << s;
+    }
+    return out;
+}
+
+uint32_t DarkColour(uint32_t c) {
+    uint32_t out = c & 0xFF000000u;
+    for (int s = 0; s < 24; s += 8) {
+        uint32_t v = (c >> s) & 255;
+        out |= (v < 64 ? 0 : v - 64) << s;
+    }
+    return out;
 }
 
 // ---- Stock icons ----------------------------------------------------------------------------------

@@ -24,6 +24,9 @@ int32_t UiText(Bitmap* s, int32_t x, int32_t y, const char* text, uint32_t colou
 // the layout grid (scrolled fields).
 int32_t UiTextWidth(const char* text); // in layout units, rounded up
 
+// The key that runs command, as a label ("Ctrl+N") in buffer; null when no key runs it.
+const char* CommandKeyText(const char* command, char* buffer, int size);
+
 // Stock icons: IconRef::Reserved holds the shape, Width and Height its layout size.
 enum StockIcon : uint32_t {
     ICON_NONE = 0,

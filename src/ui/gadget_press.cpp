@@ -66,8 +66,7 @@ static bool AwaitRelease(GuiWindow* window, Gadget* g, int32_t code) {
 // Polls for ticks of 20 ms while the button stays down; false once it is released.
 static bool HeldFor(GuiWindow* window, int32_t code, int ticks) {
     for (int i = 0; i < ticks; i++) {
-        while (WaitEvent(0) != 0) {
-        }
+        WaitEvent(0); // one event at a time: what follows the release stays queued
         if (!WindowInList(window) || !ButtonDown(code) || QuitFlag) return false;
         GuiSleepTicks(1);
     }

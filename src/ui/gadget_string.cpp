@@ -188,7 +188,7 @@ static void MoveCaret(StringInfo* si, int32_t keycode, uint32_t qualifiers) {
 
 int StringKey(const char* text, int32_t length, Gadget* g, GuiWindow* window, int32_t keycode,
               uint32_t qualifiers) {
-    if (!g || !g->String || !g->String->Buffer || !WindowInList(window) || (keycode & KEY_RELEASED)) return 0;
+    if (!g || !g->String || !g->String->Buffer || !WindowInList(window) || KeyIsRelease(keycode)) return 0;
     StringInfo* si = g->String;
     if (si->OnKeyFilter && si->OnKeyFilter(text, length, g, window, keycode, qualifiers)) return 0;
     if (si->Cursor < 0) return 0;

@@ -15,8 +15,7 @@ namespace nemu {
 // ---- Number arrows ------------------------------------------------------------------------------
 
 static bool StillHeld(GuiWindow* window) {
-    while (WaitEvent(0) != 0) {
-    }
+    WaitEvent(0); // one event at a time: what follows the release stays queued
     return LeftHeld && !QuitFlag && WindowInList(window);
 }
 
@@ -85,7 +84,7 @@ void ValueDrag(GuiWindow* window, Gadget* g, ValueAdjustFn adjust, void (*idle)(
     while ((LeftHeld || RightHeld) && !QuitFlag) {
         int code = WaitEvent(1);
         if (!WindowInList(window)) return;
-        if (code == 4 && !(EventKeyCode & KEY_RELEASED) &&
+        if (code == 4 && !KeyIsRelease(EventKeyCode) &&
             (EventKeyCode == int32_t(VK_ESCAPE) || EventKeyCode == int32_t(VK_SPACE))) {
             aborted = true;
             break;

@@ -70,10 +70,10 @@ void HelpBubble(GuiWindow* window, Gadget* g) {
     std::vector<std::string> lines = Lines(text);
     std::string key;
     const char* command = g->HelpCommand ? g->HelpCommand : g->Command;
-    if (HelpMode >= 2 && command && CommandKeyText) {
-        const char* k = CommandKeyText(command);
-        if (k && *k) key = std::string(MsgGet(nullptr, MsgShortcut)) + " " + k;
-    }
+    char label[64];
+    if (HelpMode >= 2)
+        if (const char* k = CommandKeyText(command, label, sizeof label))
+            key = std::string(MsgGet(nullptr, MsgShortcut)) + " " + k;
     int width = 0;
     for (const auto& l : lines) width = std::max(width, UiTextWidth(l.c_str()));
     if (!key.empty()) width = std::max(width, UiTextWidth(key.c_str()));

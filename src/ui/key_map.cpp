@@ -6,9 +6,7 @@
 #include "ui/catalog.h"
 #include "ui/commands.h"
 #include "ui/key_map_internal.h"
-#include "ui/requests.h"
 #include "ui/settings.h"
-#include "ui/window.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -101,27 +99,8 @@ static void CopyDefaults() {
     }
 }
 
-// The key of a command in the words a menu row or a bubble shows ("Ctrl+Z"), or null. The
-// text lives until the next call but one, which is as long as any caller keeps it.
-static const char* CommandKeyLabel(const char* command) {
-    static char labels[2][64];
-    static int turn = 0;
-    const char* key = KeyForCommand(command);
-    if (!key) return nullptr;
-    turn ^= 1;
-    KeyLabel(key, labels[turn], sizeof labels[turn]);
-    return labels[turn];
-}
-
-// The toolkit's windows see the keys nothing bound.
-static void BroadcastToWindows(int32_t keycode, const char* text, uint32_t qualifiers, int length) {
-    BroadcastKey(text, length, keycode, qualifiers);
-}
-
 void KeyMapInit() {
     KeyMapFree();
-    CommandKeyText = CommandKeyLabel;
-    BroadcastKeyHook = BroadcastToWindows;
     BuildWorkingTable();
     CopyDefaults();
     char* live[KeyNameCount];

@@ -19,8 +19,6 @@
 
 namespace nemu {
 
-const char* (*CommandKeyText)(const char* command) = nullptr;
-
 // Layout units.
 constexpr int RowHeight = 16, SeparatorHeight = 7, Padding = 4, TextLeft = 18, SwatchSize = 10;
 constexpr int ScrollBarWidth = 12, ScrollListRows = 24, ScrollListLimit = 40;
@@ -45,9 +43,11 @@ static bool Pickable(const PopupItem& item) {
     return item.Id != POPUP_SEPARATOR && !(item.ItemFlags & POPUP_DISABLED);
 }
 
+// The key text of a row: its own, or the label of its command's key.
 static const char* KeyOf(const PopupItem& item) {
+    static char label[64];
     if (item.KeyText) return item.KeyText;
-    return item.Command && CommandKeyText ? CommandKeyText(item.Command) : nullptr;
+    return CommandKeyText(item.Command, label, sizeof label);
 }
 
 static int ScreenUnits(bool height) {
@@ -143,6 +143,14 @@ static void DrawItem(Level& L, int i) {
     } else {
         UiText(s, tx, ty, it.Text, ink, x, y, right, y + h - 1);
     }
+    if (GadgetDrawnHook) {
+        // Menu rows are reported as rows too, numbered from 1, so tests pick them by text.
+        Gadget row{};
+        row.Id = i + 1;
+        GuiWindow* win = L.Window;
+        GadgetDrawnHook(win, &row, it.Text, win->Left + UiPx(x), win->Top + UiPx(y), UiPx(x + w) - UiPx(x),
+                        UiPx(y + h) - UiPx(y));
+    }
     const char* key = KeyOf(it);
     if (key && *key) {
         uint32_t keyInk = hot ? LightColour(fill) : DarkColour(DarkColour(fill));
@@ -227,6 +235,10 @@ static bool OpenLevel(Level& L, PopupItem* items, int selected, bool scrollList,
     if (L.Count == 0) return false;
     int W, H;
     Measure(L, scrollList, &W, &H);
+    // A menu dropped from a gadget is at least as wide as the gadget.
+    int under = UiUnit(w);
+    if ((mode == POPUP_BELOW || mode == POPUP_ABOVE) && W == L.ColumnWidth && under > W)
+        L.ColumnWidth = W = under;
     L.Window = WindowNew(W, H, WINDOW_SIMPLE_FRAME | WINDOW_KEEP_STRING);
     if (!L.Window) {
         AlertMsg(MsgOutOfMemory);
@@ -302,6 +314,7 @@ static PopupItem* Track(std::vector<Level>& levels) {
     // onto an item; one opened by a click picks on the next click.
     bool heldAtOpen = LeftHeld || RightHeld;
     int startX = WindowPointerX, startY = WindowPointerY;
+    int lastX = startX, lastY = startY;
     bool moved = false;
     ModalDepth++;
     PopupItem* picked = nullptr;
@@ -313,7 +326,12 @@ static PopupItem* Track(std::vector<Level>& levels) {
         if (std::abs(WindowPointerX - startX) > 3 || std::abs(WindowPointerY - startY) > 3) moved = true;
         int k = -1, item = -1;
         bool over = ItemAtPointer(levels, &k, &item);
-        if (over && code != 4) {
+        // The pointer chooses only when it moves (or presses): a submenu closed by a key
+        // stays closed while the pointer rests on its row.
+        bool pointerMoved =
+            WindowPointerX != lastX || WindowPointerY != lastY || (code != 4 && code != 6 && code != 0);
+        lastX = WindowPointerX, lastY = WindowPointerY;
+        if (over && pointerMoved) {
             SetHot(levels[size_t(k)], item);
             if (item >= 0 && Pickable(levels[size_t(k)].Items[item]) && levels[size_t(k)].Items[item].Submenu)
                 OpenSubmenu(levels, size_t(k), item);
@@ -352,7 +370,7 @@ static PopupItem* Track(std::vector<Level>& levels) {
             heldAtOpen = false;
             break;
         case 4: {
-            if (EventKeyCode & KEY_RELEASED) break;
+            if (KeyIsRelease(EventKeyCode)) break;
             char c = EventKeyLength == 1 ? EventKeyText[0] : 0;
             int32_t key = EventKeyCode;
             if (c == 27) {

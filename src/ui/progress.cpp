@@ -115,7 +115,7 @@ static void DrainForBreak() {
             Gadget* g = WindowGadgetAt(WindowPointerX - w->Left, WindowPointerY - w->Top, w);
             if (g && g->Id == CancelId) UserBreak = 1;
         }
-        if (code == 4 && !(EventKeyCode & KEY_RELEASED)) {
+        if (code == 4 && !KeyIsRelease(EventKeyCode)) {
             char c = EventKeyLength == 1 ? EventKeyText[0] : 0;
             if (c == ' ' || c == 27 || c == 127 || EventKeyCode == int32_t(VK_DELETE)) UserBreak = 1;
         }

@@ -37,8 +37,7 @@ extern int (*AskYesNoHook)(const char* text, const char* yes, const char* no);
 // A long operation opens a progress box with its text, steps it with its position out of
 // total, and closes it. ProgressStep drains the input: the box's Cancel, Space, Escape or
 // Delete set UserBreak (script/command_host.h), which the operation looks at after each
-// step; so do a script's break, and SIGINT or SIGTERM, which each step turns into
-// UserBreak. The boxes are shown only while the setting GAUGE is on.
+// step. The boxes are shown only while the setting GAUGE is on.
 void ProgressOpen(const char* text);
 void ProgressStep(int64_t position, int64_t total);
 void ProgressClose();
@@ -91,7 +90,5 @@ PopupItem* PopupMenu(PopupItem* items, int selected);
 PopupItem* PopupAt(PopupItem* items, int selected, int mode, int x, int y, int w, int h);
 // The scrolling list that stands in for a mode-0 menu of more than 40 rows.
 PopupItem* ScrollList(PopupItem* items, int selected);
-// Where the key of a command is named (the command table fills it); null: no key.
-extern const char* (*CommandKeyText)(const char* command);
 
 } // namespace nemu

@@ -1,8 +1,5 @@
-// The interface colours: one row per colour, with its key and its catalog message, and
-// the names the gadgets draw with, which are the same sixteen words.
+// The interface colours: one row per colour, with its key and its catalog message.
 #include "ui/sys_colours.h"
-
-#include "ui/gadget.h"
 
 #include "host/screen.h"
 #include "ui/catalog.h"
@@ -88,50 +85,6 @@ void SaveSysColours() {
         RgbText(SysColour[i], text, sizeof text);
         ConfigSet(Section, Rows[i].Key, text);
     }
-}
-
-// ---- The gadgets' names for the colours -------------------------------------------------------
-
-uint32_t& INFOAREACOLOR = SysColour[SC_INFOAREA];
-uint32_t& INFOAREATEXTCOLOR = SysColour[SC_INFOAREATEXT];
-uint32_t& BACKGROUNDCOLOR = SysColour[SC_BACKGROUND];
-uint32_t& LAYOUTBACKGROUNDCOLOR = SysColour[SC_LAYOUTBACKGROUND];
-uint32_t& DRAGBUTTONCOLOR = SysColour[SC_DRAGBUTTON];
-uint32_t& DRAGBUTTONSELECTCOLOR = SysColour[SC_DRAGBUTTONSELECT];
-uint32_t& STATBUTTONCOLOR = SysColour[SC_STATBUTTON];
-uint32_t& STATBUTTONSELECTCOLOR = SysColour[SC_STATBUTTONSELECT];
-uint32_t& ACTIONBUTTONCOLOR = SysColour[SC_ACTIONBUTTON];
-uint32_t& ACTIONBUTTONSELECTCOLOR = SysColour[SC_ACTIONBUTTONSELECT];
-uint32_t& DIALOGBUTTONCOLOR = SysColour[SC_DIALOGBUTTON];
-uint32_t& DIALOGBUTTONSELECTCOLOR = SysColour[SC_DIALOGBUTTONSELECT];
-uint32_t& TITLEBARCOLOR = SysColour[SC_TITLEBAR];
-uint32_t& TITLEBARDESELECTCOLOR = SysColour[SC_TITLEBARDESELECT];
-uint32_t& SYSBUTTONCOLOR = SysColour[SC_SYSBUTTON];
-uint32_t& COLORPENTEXTBOXCOLOR = SysColour[SC_COLORPENTEXTBOX];
-
-void LoadSysColors() {
-    LoadSysColoursFromCatalog();
-    ReadSysColours();
-}
-
-void SaveSysColors() { SaveSysColours(); }
-
-uint32_t LightColour(uint32_t c) {
-    uint32_t out = c & 0xFF000000u;
-    for (int s = 0; s < 24; s += 8) {
-        uint32_t v = ((c >> s) & 255) + 64;
-        out |= (v > 255 ? 255 : v) << s;
-    }
-    return out;
-}
-
-uint32_t DarkColour(uint32_t c) {
-    uint32_t out = c & 0xFF000000u;
-    for (int s = 0; s < 24; s += 8) {
-        uint32_t v = (c >> s) & 255;
-        out |= (v < 64 ? 0 : v - 64) << s;
-    }
-    return out;
 }
 
 } // namespace nemu

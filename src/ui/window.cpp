@@ -67,6 +67,12 @@ void WindowUnlink(GuiWindow* window) {
     if (CurrentWindow == window) CurrentWindow = WindowListHead;
     if (ModalWindow == window) ModalWindow = nullptr;
     if (ActiveGadgetWindow == window) {
+        // The field leaves with its window: no handler is left to tell.
+        if (ActiveGadget && ActiveGadget->String) {
+            std::free(ActiveGadget->String->UndoText);
+            ActiveGadget->String->UndoText = nullptr;
+            ActiveGadget->String->Cursor = -1;
+        }
         ActiveGadget = nullptr;
         ActiveGadgetWindow = nullptr;
     }

@@ -122,7 +122,7 @@ int WindowDrag(GuiWindow* window) {
     for (;;) {
         int code = WaitEvent(1);
         if (!WindowInList(window)) return 0;
-        if (code == 4 && EventKeyLength == 1 && EventKeyText[0] == 'g' && !(EventKeyCode & KEY_RELEASED)) {
+        if (code == 4 && EventKeyLength == 1 && EventKeyText[0] == 'g' && !KeyIsRelease(EventKeyCode)) {
             // The panel picked up as a brush, pixel for pixel.
             if (outline) EraseDragFrame(x, y, W, H);
             if (WindowToBrushHook) WindowToBrushHook(window->Surface);

@@ -107,7 +107,7 @@ static int FieldKey(const char* text, int32_t length, int32_t keycode, uint32_t 
 }
 
 int WindowKey(const char* text, int32_t length, int32_t keycode, uint32_t qualifiers) {
-    if (keycode & KEY_RELEASED) return 0;
+    if (KeyIsRelease(keycode)) return 0;
     int32_t result = 0;
     if (FieldKey(text, length, keycode, qualifiers, false, &result)) return 1;
     GuiWindow* window = WindowAt(WindowPointerX, WindowPointerY);
@@ -169,8 +169,10 @@ int32_t ModalLoop(GuiWindow* window) {
                 result = window->OnGadget(window, nullptr, GC_IDLE);
         }
         if (code == 1 || code == 2 || code == -1 || code == -2 || code == 4) CloseHelpBubble();
-        if (code == 4 && !(EventKeyCode & KEY_RELEASED)) {
-            if (ActiveGadget && ActiveGadgetWindow == window) {
+        if (code == 4 && !KeyIsRelease(EventKeyCode)) {
+            // Escape means nothing to a field: it goes to the window, which cancels.
+            bool escape = EventKeyLength == 1 && EventKeyText[0] == 27;
+            if (ActiveGadget && ActiveGadgetWindow == window && !escape) {
                 FieldKey(EventKeyText, EventKeyLength, EventKeyCode, EventKeyQualifiers, true, &result);
             } else if (window->OnKey) {
                 int32_t n = EventKeyLength;

@@ -11,6 +11,7 @@
 #include "ui/catalog.h"
 #include "ui/panels.h"
 #include "ui/settings.h"
+#include "ui/sys_colours.h"
 #include "ui/toolkit_fixture.h"
 
 #include <cstdlib>
@@ -36,7 +37,7 @@ struct PanelHost : ToolkitHost {
         EXPECT_EQ(InitLayers(), 1);
         SavedCounter = ChangeCounter;
         FrameRate = 25.0;
-        LoadSysColors();
+        LoadSysColoursFromCatalog();
         ResetPenSettings();
         SetPen(PenRound);
         PressureX = PressureY = SpeedX = SpeedY = 0;

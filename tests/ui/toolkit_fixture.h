@@ -3,6 +3,7 @@
 // and read the screen's pixels.
 #pragma once
 #include "host/host_fixture.h"
+#include "ui/catalog.h"
 #include "ui/font.h"
 #include "ui/gadget.h"
 #include "ui/requests.h"
@@ -82,6 +83,7 @@ struct ToolkitHost : HeadlessHost {
     explicit ToolkitHost(int scaleHalves = 2) : HeadlessHost(800, 600, 320, 240, 20, 20) {
         using namespace nemu;
         HeadlessDialogs = 1;
+        if (!GlobalCatalog) GlobalCatalog = CatalogLoad(NEMU_SOURCE_DIR "/data/nemu.loc");
         UiScaleHalves = scaleHalves;
         FontOpen();
         GadgetDrawnHook = RecordGadget;
@@ -102,5 +104,6 @@ struct ToolkitHost : HeadlessHost {
         WorkAreaX = WorkAreaY = WorkAreaW = WorkAreaH = 0;
         QuitFlag = 0;
         FontClose();
+        CatalogFreeAll();
     }
 };
