@@ -4,6 +4,7 @@
 #   popup-N.png   a popup menu with its submenu open, ticks, keys, a disabled row
 #   panel-N.png   a panel with every kind of gadget, its cycle's choices open
 #   ask-N.png     a yes-or-no question
+#   progress-N.png  a progress box under way
 # Usage: tools/screenshots-toolkit.sh [BUILD_DIR] [OUT_DIR]   (defaults build/release, screenshots)
 # Needs Xvfb, xdotool and ImageMagick's import; the build needs `make build` first.
 set -eu
@@ -55,6 +56,12 @@ for scale in 1 2; do
     xdotool key Escape
     kill $pid 2>/dev/null || true
     wait $pid 2>/dev/null || true
+
+    "$BUILD/toolkit_demo" progress >/dev/null 2>&1 &
+    pid=$!
+    shoot "progress-$scale.png" 5
+    xdotool key Escape
+    wait $pid || true
 
     "$BUILD/toolkit_demo" ask >/dev/null 2>&1 &
     pid=$!

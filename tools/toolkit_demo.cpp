@@ -4,11 +4,13 @@
 //   toolkit_demo panel   a panel with every kind of gadget; closes with its close gadget
 //   toolkit_demo popup   a popup menu with a submenu, separators, ticks and keys
 //   toolkit_demo ask     a yes-or-no question, then a number request
+//   toolkit_demo progress  a progress box filling slowly until its Cancel is pressed
 //
 // NEMU_SCALE=2 shows it at twice the size.
 #include "host/input.h"
 #include "host/main_loop.h"
 #include "host/platform.h"
+#include "script/command_host.h"
 #include "ui/gadget.h"
 #include "ui/requests.h"
 
@@ -164,6 +166,17 @@ void Show() {
         AwaitPointer();
         PopupItem* picked = PopupMenu(Menu, 0);
         std::printf("%s\n", picked ? picked->Text : "(none)");
+        QuitFlag = 1;
+        return;
+    }
+    if (!std::strcmp(Mode, "progress")) {
+        UserBreak = 0;
+        ProgressOpen("Saving \"sketch.nem\"\n24 layers, 1920 by 1080");
+        for (int i = 0; i <= 1000 && !UserBreak && !QuitFlag; i++) {
+            ProgressStep(i, 1000);
+            GuiSleepTicks(1);
+        }
+        ProgressClose();
         QuitFlag = 1;
         return;
     }

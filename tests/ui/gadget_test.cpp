@@ -50,18 +50,44 @@ TEST(Gadgets, EveryKindAnswersItsPressByLabel) {
         {.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 1, .Flags = GK_BUTTON, .Label = "Button"},
         {.Left = 80, .Top = 10, .Right = 139, .Bottom = 29, .Id = 2, .Flags = GK_TOGGLE, .Label = "Toggle"},
         {.Left = 150, .Top = 10, .Id = 3, .Flags = GK_CHECKBOX, .Label = "Check"},
-        {.Left = 10, .Top = 40, .Right = 69, .Bottom = 59, .Id = 4, .Flags = GF_STAT | GF_IMMEDIATE, .Label = "Now"},
-        {.Left = 80, .Top = 40, .Right = 139, .Bottom = 59, .Id = 5, .Flags = GK_CYCLE, .Label = "Cycle",
-         .LabelFlags = LF_ABOVE, .Tabs = &cycle},
-        {.Left = 150, .Top = 40, .Right = 209, .Bottom = 59, .Id = 6, .Flags = GK_REPEAT, .Label = "Repeat",
+        {.Left = 10,
+         .Top = 40,
+         .Right = 69,
+         .Bottom = 59,
+         .Id = 4,
+         .Flags = GF_STAT | GF_IMMEDIATE,
+         .Label = "Now"},
+        {.Left = 80,
+         .Top = 40,
+         .Right = 139,
+         .Bottom = 59,
+         .Id = 5,
+         .Flags = GK_CYCLE,
+         .Label = "Cycle",
+         .LabelFlags = LF_ABOVE,
+         .Tabs = &cycle},
+        {.Left = 150,
+         .Top = 40,
+         .Right = 209,
+         .Bottom = 59,
+         .Id = 6,
+         .Flags = GK_REPEAT,
+         .Label = "Repeat",
          .OnPress = [](GuiWindow*, Gadget*, int32_t) -> uint32_t { return pressCount++, 0u; }},
-        {.Left = 10, .Top = 70, .Right = 69, .Bottom = 89, .Id = 7, .Flags = GK_COLOUR_BOX | GF_RIGHT,
-         .Colour = 0xFF00FF00, .Label = "Colour"},
+        {.Left = 10,
+         .Top = 70,
+         .Right = 69,
+         .Bottom = 89,
+         .Id = 7,
+         .Flags = GK_COLOUR_BOX | GF_RIGHT,
+         .Colour = 0xFF00FF00,
+         .Label = "Colour"},
         {.Left = 80, .Top = 70, .Right = 139, .Bottom = 89, .Id = 8, .Flags = GK_AREA, .Label = "Area"},
         {},
     };
     GuiWindow* w = Panel(rows);
-    for (const char* label : {"Button", "Toggle", "Check", "Now", "Repeat", "Area"}) ASSERT_TRUE(QueueClick(label)) << label;
+    for (const char* label : {"Button", "Toggle", "Check", "Now", "Repeat", "Area"})
+        ASSERT_TRUE(QueueClick(label)) << label;
     ASSERT_TRUE(QueueClick("Colour", true));
     ASSERT_TRUE(QueueClick("Cycle", true)); // the right button steps to the next choice
     RunQueued();
@@ -87,9 +113,10 @@ TEST(Gadgets, EveryKindAnswersItsPressByLabel) {
 
 TEST(Gadgets, AReleaseOverAnotherGadgetFiresNothing) {
     ToolkitHost host;
-    Gadget rows[] = {{.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 1, .Flags = GK_BUTTON, .Label = "A"},
-                     {.Left = 80, .Top = 10, .Right = 139, .Bottom = 29, .Id = 2, .Flags = GK_BUTTON, .Label = "B"},
-                     {}};
+    Gadget rows[] = {
+        {.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 1, .Flags = GK_BUTTON, .Label = "A"},
+        {.Left = 80, .Top = 10, .Right = 139, .Bottom = 29, .Id = 2, .Flags = GK_BUTTON, .Label = "B"},
+        {}};
     Panel(rows);
     const DrawnGadget* a = FindGadget("A");
     const DrawnGadget* b = FindGadget("B");
@@ -105,11 +132,30 @@ TEST(Gadgets, TypingEditsTextFieldsAndNumbersCommitWithinTheirLimits) {
     char text[16] = "abc";
     StringInfo name{.Buffer = text, .MaxLen = sizeof text};
     char digits[12] = "";
-    StringInfo number{.Buffer = digits, .MaxLen = sizeof digits, .StrFlags = STR_INTEGER, .IntValue = 5, .Min = 1, .Max = 100};
+    StringInfo number{.Buffer = digits,
+                      .MaxLen = sizeof digits,
+                      .StrFlags = STR_INTEGER,
+                      .IntValue = 5,
+                      .Min = 1,
+                      .Max = 100};
     Gadget rows[] = {
-        {.Left = 60, .Top = 10, .Right = 199, .Bottom = 25, .Id = 1, .Flags = GK_STRING, .String = &name, .Label = "Name",
+        {.Left = 60,
+         .Top = 10,
+         .Right = 199,
+         .Bottom = 25,
+         .Id = 1,
+         .Flags = GK_STRING,
+         .String = &name,
+         .Label = "Name",
          .LabelFlags = LF_LEFT_OF},
-        {.Left = 60, .Top = 40, .Right = 119, .Bottom = 55, .Id = 2, .Flags = GK_NUMBER, .String = &number, .Label = "Size",
+        {.Left = 60,
+         .Top = 40,
+         .Right = 119,
+         .Bottom = 55,
+         .Id = 2,
+         .Flags = GK_NUMBER,
+         .String = &number,
+         .Label = "Size",
          .LabelFlags = LF_LEFT_OF},
         {},
     };
@@ -146,11 +192,13 @@ TEST(Gadgets, SelectionCutAndPasteInOneField) {
     ToolkitHost host;
     char text[32] = "hello world";
     StringInfo name{.Buffer = text, .MaxLen = sizeof text};
-    Gadget rows[] = {{.Left = 10, .Top = 10, .Right = 199, .Bottom = 25, .Id = 1, .Flags = GK_STRING, .String = &name}, {}};
+    Gadget rows[] = {
+        {.Left = 10, .Top = 10, .Right = 199, .Bottom = 25, .Id = 1, .Flags = GK_STRING, .String = &name},
+        {}};
     GuiWindow* w = Panel(rows);
     StringActivate(&rows[0], w, 1000000);
     for (int i = 0; i < 5; i++) StringKey("", 0, &rows[0], w, VK_LEFT, QUAL_SHIFT); // "world" selected
-    StringKey("\x18", 1, &rows[0], w, 0, 0);                                       // cut
+    StringKey("\x18", 1, &rows[0], w, 0, 0);                                        // cut
     EXPECT_STREQ(text, "hello ");
     StringKey("\x01", 1, &rows[0], w, 0, 0);
     StringKey("\x16", 1, &rows[0], w, 0, 0); // paste over the selection
@@ -165,9 +213,10 @@ TEST(Gadgets, SelectionCutAndPasteInOneField) {
 
 TEST(Gadgets, AtScaleTwoEverythingIsTwiceAsLarge) {
     ToolkitHost host(4);
-    Gadget rows[] = {{.Id = GADGET_DRAG, .Label = "Big"},
-                     {.Left = 10, .Top = 30, .Right = 69, .Bottom = 49, .Id = 1, .Flags = GK_BUTTON, .Label = "Press"},
-                     {}};
+    Gadget rows[] = {
+        {.Id = GADGET_DRAG, .Label = "Big"},
+        {.Left = 10, .Top = 30, .Right = 69, .Bottom = 49, .Id = 1, .Flags = GK_BUTTON, .Label = "Press"},
+        {}};
     GuiWindow* w = Panel(rows, 100, 60);
     EXPECT_EQ(w->Width, 200u);
     EXPECT_EQ(w->Height, 120u);

@@ -295,9 +295,11 @@ TEST_F(SettingsTest, NamesTheFileCouldNotReadBackAreRefused) {
     struct Bad {
         const char *Section, *Key, *Value;
     } bad[] = {
-        {"[Main]", "k", "v"},  {"Ma]in", "k", "v"}, {"Ma\nin", "k", "v"}, {"", "k", "v"},
-        {"Main", "[k", "v"},   {"Main", " k", "v"}, {"Main", "k=1", "v"},  {"Main", "k\rx", "v"},
-        {"Main", "", "v"},     {"Main", "k", "v\n[Evil]\nx=1"},
+        {"[Main]", "k", "v"}, {"Ma]in", "k", "v"},
+        {"Ma\nin", "k", "v"}, {"", "k", "v"},
+        {"Main", "[k", "v"},  {"Main", " k", "v"},
+        {"Main", "k=1", "v"}, {"Main", "k\rx", "v"},
+        {"Main", "", "v"},    {"Main", "k", "v\n[Evil]\nx=1"},
     };
     testing::internal::CaptureStderr();
     for (const Bad& b : bad) {

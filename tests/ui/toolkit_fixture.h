@@ -35,8 +35,8 @@ inline std::function<void(const DrawnGadget&)>& OnGadgetDrawn() {
     return f;
 }
 
-inline void RecordGadget(const nemu::GuiWindow* w, const nemu::Gadget* g, const char* label, int32_t x, int32_t y,
-                         int32_t width, int32_t height) {
+inline void RecordGadget(const nemu::GuiWindow* w, const nemu::Gadget* g, const char* label, int32_t x,
+                         int32_t y, int32_t width, int32_t height) {
     DrawnGadget d{w, g->Id, label ? label : "", x - w->Left, y - w->Top, width, height};
     auto& list = DrawnGadgets();
     bool replaced = false;
@@ -72,7 +72,9 @@ inline void QueueText(const char* text) {
     for (const char* p = text; *p; p++) nemu::HeadlessQueueKey(0, uint8_t(*p));
 }
 
-inline void QueueKey(uint32_t vk, uint32_t character = 0) { nemu::HeadlessQueueKey(vk, character); }
+inline void QueueKey(uint32_t vk, uint32_t character = 0) {
+    nemu::HeadlessQueueKey(vk, character);
+}
 
 // Runs the main loop while input is queued.
 inline void RunQueued() {

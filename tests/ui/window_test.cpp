@@ -2,6 +2,7 @@
 // and modal loops that nest and survive their window vanishing.
 #include "store/bitmap.h"
 #include "toolkit_fixture.h"
+#include "ui/settings.h"
 
 using namespace nemu;
 
@@ -138,8 +139,14 @@ int32_t InnerHandler(GuiWindow*, Gadget* g, int32_t code) {
 int32_t OuterHandler(GuiWindow* window, Gadget* g, int32_t code) {
     if (!g || code != GC_CLICK) return 0;
     if (g->Id == 1) {
-        static Gadget inner[] = {{.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 2, .Flags = GK_BUTTON,
-                                  .Label = "Inner", .LabelFlags = LF_CENTRE},
+        static Gadget inner[] = {{.Left = 10,
+                                  .Top = 10,
+                                  .Right = 69,
+                                  .Bottom = 29,
+                                  .Id = 2,
+                                  .Flags = GK_BUTTON,
+                                  .Label = "Inner",
+                                  .LabelFlags = LF_CENTRE},
                                  {}};
         GuiWindow* w = WindowFromRows(80, 40, inner);
         w->OnGadget = InnerHandler;
@@ -189,10 +196,12 @@ TEST(Windows, ModalLoopsNestAndEndWhenTheirWindowVanishes) {
 
 TEST(Windows, APressOutsideAModalWindowIsRefused) {
     ToolkitHost host;
-    Gadget rows[] = {{.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 1, .Flags = GK_BUTTON, .Label = "OK"},
-                     {}};
+    Gadget rows[] = {
+        {.Left = 10, .Top = 10, .Right = 69, .Bottom = 29, .Id = 1, .Flags = GK_BUTTON, .Label = "OK"}, {}};
     GuiWindow* w = WindowFromRows(80, 40, rows);
-    w->OnGadget = [](GuiWindow*, Gadget* g, int32_t code) -> int32_t { return g && code == GC_CLICK ? 1 : 0; };
+    w->OnGadget = [](GuiWindow*, Gadget* g, int32_t code) -> int32_t {
+        return g && code == GC_CLICK ? 1 : 0;
+    };
     WindowOpen(w);
     QueueClickAt(5, 5); // on the page: beeps, does nothing
     QueueClick("OK");
@@ -212,6 +221,57 @@ TEST(Windows, TheMiddleButtonHidesAllAndShowsThemAgain) {
     RunQueued();
     EXPECT_EQ(a->Open + b->Open, 2u);
     EXPECT_EQ(ScreenPixel(70, 70), 0xFF00FF00u);
+}
+
+} // namespace
+
+namespace {
+
+TEST(Windows, PlacesFromTheSettingsAreKeptOnTheScreen) {
+    ToolkitHost host;
+    GuiWindow* w = WindowNew(100, 80, 0);
+    ConfigSet("Probe", "WIN_X", "99999");
+    ConfigSet("Probe", "WIN_Y", "-400");
+    EXPECT_EQ(WindowLoadPlace(w, "Probe"), 1);
+    EXPECT_EQ(w->Left, Screen->Width - 100);
+    EXPECT_EQ(w->Top, 0);
+    ConfigSet("Probe", "WIN_X", "not a number");
+    ConfigSet("Probe", "WIN_Y", "12");
+    EXPECT_EQ(WindowLoadPlace(w, "Probe"), 1);
+    EXPECT_EQ(w->Left, 0);
+    EXPECT_EQ(w->Top, 12);
+    WindowOpen(w);
+    WindowSavePlace(w, "Probe");
+    EXPECT_EQ(ConfigGetInt("Probe", "WIN_Y", 0), 12);
+    EXPECT_TRUE(ConfigGetOn("Probe", "Display", false));
+    EXPECT_EQ(WindowLoadPlace(w, "Nowhere"), 0);
+}
+
+TEST(Windows, AHelpBubbleShowsTheTextBesideItsGadget) {
+    ToolkitHost host;
+    Gadget rows[] = {{.Left = 10,
+                      .Top = 10,
+                      .Right = 69,
+                      .Bottom = 29,
+                      .Id = 1,
+                      .Flags = GK_BUTTON,
+                      .Help = "First line\nSecond line",
+                      .Label = "Helped"},
+                     {.Id = GADGET_CLOSE},
+                     {}};
+    GuiWindow* w = WindowFromRows(100, 60, rows);
+    WindowOpen(w);
+    HelpBubble(w, &rows[0]);
+    ASSERT_NE(HelpBubbleWindow, nullptr);
+    EXPECT_GE(HelpBubbleWindow->Top, w->Top + 29); // below the gadget
+    int twoLines = int(HelpBubbleWindow->Height);
+    HelpBubble(w, &rows[1]); // a system gadget's own text, one line
+    ASSERT_NE(HelpBubbleWindow, nullptr);
+    EXPECT_LT(int(HelpBubbleWindow->Height), twoLines);
+    HelpMode = 0;
+    HelpBubble(w, &rows[0]);
+    EXPECT_EQ(HelpBubbleWindow, nullptr);
+    HelpMode = 2;
 }
 
 } // namespace
