@@ -30,6 +30,7 @@
 #include "ui/font.h"
 #include "ui/gadget.h"
 #include "ui/main_settings.h"
+#include "ui/panels.h"
 #include "ui/requests.h"
 #include "ui/settings.h"
 #include "ui/sys_colours.h"
@@ -348,6 +349,7 @@ int AppStart() {
     LoadPressureSettings();
     ReadMainColours();
     LoadToolSettings();
+    LoadPanels(); // after the pens, whose values the panels show
     KeyMapInit();
     LoadBrowserSettings();
     if (BackPage) CopyBitmap(Page, BackPage);
@@ -381,6 +383,7 @@ void AppFinish() {
         SavePensSettings();
         SavePressureSettings();
         SaveToolSettings();
+        SavePanels();
         SaveMainSettings();
         SaveFormatSettings();
         KeyMapSave();

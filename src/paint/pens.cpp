@@ -25,6 +25,7 @@ RoundPenSettings RoundPen;
 PointeSettings PointePen;
 BrushPenSettings BrushPen;
 WetBox WetRect;
+void (*PenChangedHook)() = nullptr;
 
 // ---- Defaults ------------------------------------------------------------------------------------
 
@@ -138,6 +139,7 @@ int ApplyPen() {
         Power = BrushPen.Power, Step = BrushPen.Step;
         if (!CurrentStamp) result = InstallStamp(FallbackStamp());
     }
+    if (PenChangedHook) PenChangedHook();
     return result;
 }
 

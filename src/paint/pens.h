@@ -90,6 +90,8 @@ extern uint8_t Profile[64]; // radial profile of the current pen
 // pressure step, sets Power, Step, the wet state, WetLut, and builds the stamp.
 // Returns 0, or -1 when the stamp could not be made (message 1000 shown).
 int ApplyPen();
+// Called at the end of every ApplyPen, so that the panels show the pen; set by the panels.
+extern void (*PenChangedHook)();
 int SetPen(int32_t pen);
 void ToolPen();
 void ToolPropPencil();

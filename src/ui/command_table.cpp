@@ -6,6 +6,7 @@
 #include "paint/pens.h"
 #include "ui/command_handlers.h"
 #include "ui/commands.h"
+#include "ui/panels.h"
 
 namespace nemu {
 
@@ -102,8 +103,8 @@ CommandRow StaticCommands[StaticCommandCount + 1] = {
     // Project
     {"LoadProject", CmdLoadProject, 20150, nullptr, 0},
     {"SaveProject", CmdSaveProject, 20151, nullptr, 0},
-    {"OpenProjectSize", nullptr, 20152, nullptr, 0},
-    {"NewProject", nullptr, 20153, nullptr, 0},
+    {"OpenProjectSize", OpenProjectSize, 20152, nullptr, 0},
+    {"NewProject", OpenNewProject, 20153, nullptr, 0},
     // View
     {"Zoom", nullptr, 20160, nullptr, 0},
     {"MoveZoom", nullptr, 20161, nullptr, 0},
@@ -184,7 +185,7 @@ CommandRow StaticCommands[StaticCommandCount + 1] = {
     {"OpenOpacity", nullptr, 20400, nullptr, 0},
     {"OpenRange", nullptr, 20401, nullptr, 0},
     {"OpenGamma", nullptr, 20402, nullptr, 0},
-    {"OpenPressure", nullptr, 20403, nullptr, 0},
+    {"OpenPressure", OpenPressure, 20403, nullptr, 0},
     {"ConfigureKeyboard", nullptr, 20404, nullptr, 0},
     {"NextCursorShape", CmdNextCursorShape, 20405, nullptr, 0},
     // Devices and files
@@ -204,7 +205,7 @@ CommandRow StaticCommands[StaticCommandCount + 1] = {
     {"FlipPageY", nullptr, 20446, nullptr, 0},
     // Tools
     {"PreviousTool", CmdPreviousTool, 20460, nullptr, 0},
-    {"OpenTools", nullptr, 20461, nullptr, 0},
+    {"OpenTools", OpenTools, 20461, nullptr, 0},
     {"NextTool", CmdNextTool, 20462, nullptr, 0},
     {"OpenText", nullptr, 20463, nullptr, 0},
     {"ModeText", nullptr, 20464, nullptr, 0},
