@@ -1,11 +1,11 @@
 // panels_demo: starts Nemu in its window with some of its panels open, for looking at
 // them and for screenshots (tools/screenshots-panels.sh).
 //
-//   panels_demo tools pens pressure new size
+//   panels_demo tools pens pressure new size grid clock
 //
 // Each name opens one panel: tools, pens (at the page of the airbrush), pressure, new
 // (the new project) and size (the page size); pensround and pensoil open the pages of
-// the round pen and of the oil. NEMU_SCALE=2 shows them at twice the size.
+// the round pen and of the oil; grid and clock open those small panels. NEMU_SCALE=2 shows them at twice the size.
 #include "host/main_loop.h"
 #include "ui/panels.h"
 
@@ -28,6 +28,8 @@ void Show() {
         if (!std::strcmp(n, "pressure")) OpenPressure();
         if (!std::strcmp(n, "new")) OpenNewProject();
         if (!std::strcmp(n, "size")) OpenProjectSize();
+        if (!std::strcmp(n, "grid")) OpenGrid();
+        if (!std::strcmp(n, "clock")) OpenClock();
     }
 }
 } // namespace

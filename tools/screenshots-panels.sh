@@ -13,7 +13,7 @@ sleep 1
 export DISPLAY=$DISPLAY_NUMBER
 # A settings folder of its own, so that no panel opens from the user's last session.
 export XDG_CONFIG_HOME=$(mktemp -d)
-for panel in tools pens pensround pensoil pressure new size; do
+for panel in tools pens pensround pensoil pressure new size grid clock; do
     "$BUILD/panels_demo" $panel &
     DEMO=$!
     sleep 3

@@ -1,7 +1,9 @@
-// Commands that reach the interface's own panels: the file requester and the zoom.
+// Commands that reach the interface's own panels: the file requester, the zoom and the clock.
 #include "host/zoom.h"
 #include "script/command_families.h"
 #include "ui/file_requester.h"
+#include "ui/panel_slot.h"
+#include "ui/panels.h"
 #include "ui/zoom_panel.h"
 
 #include <cstring>
@@ -45,10 +47,23 @@ static void Zoom(CommandRequest* request, const char* args) {
                 int(ZoomWidth), int(ZoomHeight));
 }
 
+// om_clock [0|1]: 1 opens the clock panel, 0 closes it; the result is whether it stands.
+static void Clock(CommandRequest* request, const char* args) {
+    if (!ArgsEmpty(args)) {
+        ReadArgs(args, 1);
+        if (ArgInt[0])
+            OpenClock();
+        else
+            PanelClose(ClockSlot());
+    }
+    ReplyFormat(request, "%d", ClockPanel() ? 1 : 0);
+}
+
 // clang-format off
 const ScriptCommand PanelCommands[] = {
     {"om_reqfile", ReqFile},
     {"om_zoom", Zoom},
+    {"om_clock", Clock},
     {nullptr, nullptr},
 };
 // clang-format on

@@ -6,6 +6,7 @@
 #include "paint/pens.h"
 #include "paint/tools.h"
 #include "script/command_families.h"
+#include "ui/panels.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -121,12 +122,14 @@ static void Grid(CommandRequest* request, const char* args) {
     int sx = 0, sy = 0, ox = GridOriginX, oy = GridOriginY;
     if (std::sscanf(args, "%d %d %d %d", &sx, &sy, &ox, &oy) < 2 || sx < 1 || sy < 1) {
         GridOn = 0;
+        RefreshGridPanel();
         return;
     }
     // A step wider than any page is no grid anyone can use; it is kept within 16.16.
     GridStepX = std::min(sx, 32767), GridStepY = std::min(sy, 32767);
     GridOriginX = std::clamp(ox, -32768, 32767), GridOriginY = std::clamp(oy, -32768, 32767);
     GridOn = 1;
+    RefreshGridPanel();
 }
 
 const ScriptCommand ToolCommands[] = {

@@ -12,6 +12,7 @@
 #include "project/compose.h"
 #include "store/bitmap.h"
 #include "store/undo.h"
+#include "ui/panels.h"
 #include "ui/settings.h"
 
 #include <algorithm>
@@ -61,10 +62,12 @@ void CmdSelectLine() {
 void CmdActiveGrid() {
     CancelTool(ToolMode);
     GridOn = GridOn ? 0 : 1;
+    RefreshGridPanel();
 }
 
 void CmdSafeArea() {
     SafeAreaShown = !SafeAreaShown;
+    RefreshGridPanel();
     Redisplay();
 }
 

@@ -34,7 +34,7 @@ CommandRow StaticCommands[StaticCommandCount + 1] = {
     {"SelectLine", CmdSelectLine, 20029, nullptr, 0},
     // Grid
     {"ActiveGrid", CmdActiveGrid, 20040, nullptr, 0},
-    {"OpenGrid", nullptr, 20041, nullptr, 0},
+    {"OpenGrid", OpenGrid, 20041, nullptr, 0},
     {"SafeArea", CmdSafeArea, 20042, nullptr, 0},
     // Brush
     {"RestoreBrush", nullptr, 20050, nullptr, 0},

@@ -57,6 +57,8 @@ PanelSlot& PensSlot();
 PanelSlot& PressureSlot();
 PanelSlot& NewProjectSlot();
 PanelSlot& PageSizeSlot();
+PanelSlot& GridSlot();
+PanelSlot& ClockSlot();
 // The Pens panel turns to the page of the pen in use after a change of pen.
 void PensFollowPen(GuiWindow* window);
 

@@ -13,7 +13,7 @@ namespace {
 // The order the panels are loaded in is the order they stack in at start.
 PanelSlot* const* AllSlots() {
     static PanelSlot* const slots[] = {&ToolsSlot(), &PensSlot(), &PressureSlot(), &NewProjectSlot(),
-                                       &PageSizeSlot(), nullptr};
+                                       &PageSizeSlot(), &GridSlot(), &ClockSlot(), nullptr};
     return slots;
 }
 } // namespace
@@ -22,11 +22,13 @@ void LoadPanels() {
     PenChangedHook = RefreshPenPanels;
     PantoX = ConfigGetInt("Tools", "PantoX", 0);
     PantoY = ConfigGetInt("Tools", "PantoY", 0);
+    LoadGridSettings();
     for (PanelSlot* const* s = AllSlots(); *s; s++) PanelLoad(**s);
 }
 
 void SavePanels() {
     for (PanelSlot* const* s = AllSlots(); *s; s++) PanelSave(**s);
+    SaveGridSettings();
     ConfigSetInt("Tools", "PantoX", PantoX);
     ConfigSetInt("Tools", "PantoY", PantoY);
 }

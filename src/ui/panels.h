@@ -20,6 +20,8 @@ void OpenPensAt(int32_t pen); // at the page of pen 0..8
 void OpenPressure();
 void OpenNewProject();  // the command NewProject
 void OpenProjectSize(); // the PageSize panel
+void OpenGrid();        // the grid's switch, steps and origin, and the safe area
+void OpenClock();       // the time of day
 
 // The windows of the panels while they stand, else null.
 GuiWindow* ToolsPanel();
@@ -27,6 +29,15 @@ GuiWindow* PensPanel();
 GuiWindow* PressurePanel();
 GuiWindow* NewProjectPanel();
 GuiWindow* PageSizePanel();
+GuiWindow* GridPanel();
+GuiWindow* ClockPanel();
+
+// Section Grid's StepX, StepY, OriginX and OriginY: read at start (clamped to what a
+// grid can be), written whenever the panel changes them.
+void LoadGridSettings();
+void SaveGridSettings();
+// Shows the grid's state again in its panel, if it stands: after a key or a command.
+void RefreshGridPanel();
 
 // Start and exit: each panel's section is read (and the panels marked Display=on are
 // opened) or written (WIN_X, WIN_Y of the panel or of its last place, Display).
