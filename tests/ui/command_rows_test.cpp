@@ -81,7 +81,7 @@ TEST_F(StartedProgram, EveryBuiltCommandRuns) {
             ++run;
         }
     testing::internal::GetCapturedStderr();
-    EXPECT_EQ(run, 2 * 75);
+    EXPECT_GE(run, 2 * 76); // every row wired so far; each issue wires more
     EXPECT_EQ(QuitFlag, 1); // Quit asked nobody: headless, the request is the answer
     EXPECT_GE(LayerCount, 1);
 }
